@@ -1,0 +1,36 @@
+#pragma once
+// Writer of the .gspc point file: a 32-byte header ("GSPC", version 2, the
+// interleaved bounds min X, max X, min Y, max Y, min Z, max Z as float32),
+// then one 15-byte record per point (x, y, z float32, r, g, b uint8), all
+// little-endian. The bounds are patched into the header by Close().
+#include <cstdint>
+#include <cstdio>
+#include <vector>
+
+class GspcWriter {
+public:
+    GspcWriter();
+    GspcWriter(const GspcWriter&) = delete;
+    GspcWriter& operator=(const GspcWriter&) = delete;
+    // No closing destructor: an unclosed file keeps zero bounds (see Close).
+    ~GspcWriter();
+
+    bool Open(const char* path);
+    void Write(float x, float y, float z, unsigned char r, unsigned char g, unsigned char b);
+    bool Close();
+
+    float MinX() const { return bounds_[0]; }
+    float MaxX() const { return bounds_[1]; }
+    float MinY() const { return bounds_[2]; }
+    float MaxY() const { return bounds_[3]; }
+    float MinZ() const { return bounds_[4]; }
+    float MaxZ() const { return bounds_[5]; }
+
+private:
+    void Flush();
+
+    std::FILE* file_ = nullptr;
+    float bounds_[6] = {0, 0, 0, 0, 0, 0};
+    bool firstPoint_ = true;
+    std::vector<unsigned char> buffer_;
+};
