@@ -26,6 +26,10 @@ public:
     float MinZ() const { return bounds_[4]; }
     float MaxZ() const { return bounds_[5]; }
 
+    // True when a write, the seek or the close of the current/last file failed
+    // (e.g. a full disk). Open and Close keep their results regardless.
+    bool WriteFailed() const { return writeFailed_; }
+
 private:
     void Flush();
 
@@ -33,4 +37,6 @@ private:
     float bounds_[6] = {0, 0, 0, 0, 0, 0};
     bool firstPoint_ = true;
     std::vector<unsigned char> buffer_;
+    size_t used_ = 0;            // bytes of buffer_ not yet handed to the file
+    bool writeFailed_ = false;
 };
