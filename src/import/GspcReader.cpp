@@ -1,0 +1,112 @@
+#include "import/GspcReader.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+uint32_t GetU32(const unsigned char* p)
+{
+    return uint32_t(p[0]) | (uint32_t(p[1]) << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
+}
+
+float GetF32(const unsigned char* p)
+{
+    const uint32_t bits = GetU32(p);
+    float f;
+    std::memcpy(&f, &bits, sizeof f);
+    return f;
+}
+
+const char* const kAxisNames[3] = {"X", "Y", "Z"};
+
+}  // namespace
+
+GspcHeader ParseGspcHeader(const unsigned char* bytes, size_t available, uint64_t fileSize)
+{
+    if (fileSize < kGspcHeaderSize || available < kGspcHeaderSize)
+        throw GspcFormatError("not a point file: " + std::to_string(fileSize) + " bytes, shorter than the 32-byte header");
+    if (std::memcmp(bytes, "GSPC", 4) != 0)
+        throw GspcFormatError("not a point file: the magic bytes are not \"GSPC\"");
+    GspcHeader h;
+    h.version = static_cast<int32_t>(GetU32(bytes + 4));
+    if (h.version != 2)
+        throw GspcFormatError("unsupported point file version " + std::to_string(h.version) + " (expected 2)");
+    if ((fileSize - kGspcHeaderSize) % kGspcRecordSize != 0)
+        throw GspcFormatError("point file size " + std::to_string(fileSize) +
+                              " is not 32 + 15 * N bytes (truncated or padded file)");
+    h.pointCount = (fileSize - kGspcHeaderSize) / kGspcRecordSize;
+    for (int i = 0; i < 6; ++i)
+        h.bounds[i] = GetF32(bytes + 8 + 4 * i);
+    for (int axis = 0; axis < 3; ++axis) {
+        const float lo = h.bounds[2 * axis];
+        const float hi = h.bounds[2 * axis + 1];
+        if (std::isnan(lo) || std::isnan(hi))
+            throw GspcFormatError(std::string("the point file's ") + kAxisNames[axis] + " bounds are NaN");
+        if (!std::isfinite(lo) || !std::isfinite(hi))
+            throw GspcFormatError(std::string("the point file's ") + kAxisNames[axis] + " bounds are infinite");
+        if (lo > hi)
+            throw GspcFormatError(std::string("the point file's ") + kAxisNames[axis] +
+                                  " bounds are inverted (minimum above maximum)");
+    }
+    return h;
+}
+
+GspcPoint DecodeGspcRecord(const unsigned char* record)
+{
+    GspcPoint p;
+    p.x = GetF32(record);
+    p.y = GetF32(record + 4);
+    p.z = GetF32(record + 8);
+    p.r = record[12];
+    p.g = record[13];
+    p.b = record[14];
+    return p;
+}
+
+GspcReader::GspcReader(const std::string& path)
+{
+    file_ = std::fopen(path.c_str(), "rb");
+    if (file_ == nullptr)
+        throw GspcFormatError("cannot open " + path + ": " + std::strerror(errno));
+    struct stat st {};
+    if (fstat(fileno(file_), &st) != 0 || !S_ISREG(st.st_mode)) {
+        std::fclose(file_);
+        file_ = nullptr;
+        throw GspcFormatError(path + " is not a regular file");
+    }
+    unsigned char head[kGspcHeaderSize] = {};
+    const size_t got = std::fread(head, 1, sizeof head, file_);
+    try {
+        header_ = ParseGspcHeader(head, got, static_cast<uint64_t>(st.st_size));
+    } catch (...) {
+        std::fclose(file_);
+        file_ = nullptr;
+        throw;
+    }
+    pointsLeft_ = header_.pointCount;
+}
+
+GspcReader::~GspcReader()
+{
+    if (file_ != nullptr)
+        std::fclose(file_);
+}
+
+size_t GspcReader::Read(GspcPoint* out, size_t maxPoints)
+{
+    const size_t want = static_cast<size_t>(std::min<uint64_t>(pointsLeft_, maxPoints));
+    if (want == 0)
+        return 0;
+    chunk_.resize(want * kGspcRecordSize);
+    if (std::fread(chunk_.data(), 1, chunk_.size(), file_) != chunk_.size())
+        throw GspcFormatError("the point file ended early (changed while being read?)");
+    for (size_t i = 0; i < want; ++i)
+        out[i] = DecodeGspcRecord(chunk_.data() + i * kGspcRecordSize);
+    pointsLeft_ -= want;
+    return want;
+}
