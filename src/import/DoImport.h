@@ -7,3 +7,14 @@
 
 // Returns the base name of the imported point cloud, or "" when nothing was imported.
 std::string DoImport(host::Host& host, int densityPercent);
+
+// Makes the library part from the converted point file; same arguments and
+// result as WriteGsmViaXml, which is what the add-on always uses.
+using LibPartGenerator = bool (*)(const char* gspcFileName, const char* partName, const char* outputFolder,
+                                  float sizeX, float sizeY, float sizeZ,
+                                  float offsetX, float offsetY, float offsetZ,
+                                  int densityPercent, const char* e57Path,
+                                  long long totalPoints, long long reducedPoints);
+
+// The same command with another library part step (the command-line tool's XML-only mode).
+std::string DoImport(host::Host& host, int densityPercent, LibPartGenerator generateLibPart);
