@@ -1,0 +1,76 @@
+#include "e57/CompressedVectorReader.h"
+
+#include <algorithm>
+
+#include "e57/CompressedVectorReaderImpl.h"
+#include "e57/E57Exception.h"
+
+namespace e57 {
+
+unsigned CompressedVectorReader::Impl::Read()
+{
+    if (!open)
+        throw E57Exception("read() on a closed point reader");
+    const size_t n = static_cast<size_t>(std::min<uint64_t>(capacity, remaining));
+    size_t done = 0;
+    while (done < n) {
+        // Decode as many records as every requested field has bytes for.
+        size_t m = n - done;
+        const FieldDecoder* shortest = nullptr;
+        for (FieldDecoder& d : decoders) {
+            const size_t a = static_cast<size_t>(d.Available(m));
+            if (a < m || !shortest) {
+                m = a;
+                shortest = &d;
+            }
+        }
+        if (m == 0) {
+            if (!walker->Next(packet))
+                walker->Fail("field '" + shortest->Name() + "' ends after " +
+                             std::to_string(recordCount - remaining + done) + " of " +
+                             std::to_string(recordCount) + " records");
+            for (FieldDecoder& d : decoders) {
+                const DataPacketView::Stream& s = packet.streams[d.StreamIndex()];
+                if (d.PendingBytes() + s.size > kMaxFieldLead)
+                    walker->Fail("field '" + d.Name() + "' runs more than " + std::to_string(kMaxFieldLead >> 20) +
+                                 " MiB ahead of the other fields at logical offset " +
+                                 std::to_string(packet.logicalOffset));
+                d.Append(s.data, s.size);
+            }
+            continue;
+        }
+        for (FieldDecoder& d : decoders)
+            d.Decode(m, done);
+        done += m;
+    }
+    remaining -= n;
+    return static_cast<unsigned>(n);
+}
+
+CompressedVectorReader::CompressedVectorReader(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+CompressedVectorReader::CompressedVectorReader(CompressedVectorReader&&) noexcept = default;
+CompressedVectorReader& CompressedVectorReader::operator=(CompressedVectorReader&&) noexcept = default;
+CompressedVectorReader::~CompressedVectorReader() = default;
+
+unsigned CompressedVectorReader::read()
+{
+    if (!impl_)
+        throw E57Exception("read() on a closed point reader");
+    return impl_->Read();
+}
+
+void CompressedVectorReader::close()
+{
+    if (impl_) {
+        impl_->open = false;
+        impl_->walker.reset();
+        impl_->decoders.clear();
+    }
+}
+
+bool CompressedVectorReader::isOpen() const
+{
+    return impl_ && impl_->open;
+}
+
+}  // namespace e57
