@@ -57,7 +57,7 @@ SimulatedPaletteView::SimulatedPaletteView(PunktwolkenPalette& palette)
     m_clientWidth = layout.clientWidth;
     m_clientHeight = layout.clientHeight;
     for (const PaletteItemLayout& item : layout.items) {
-        State(item.id).rect = item.rect;
+        MutableState(item.id).rect = item.rect;
     }
 }
 
@@ -78,7 +78,7 @@ SimulatedPaletteView& SimulatedPaletteView::Of(PunktwolkenPalette& palette)
     return *view;
 }
 
-SimulatedPaletteView::ItemState& SimulatedPaletteView::State(PaletteItem item)
+SimulatedPaletteView::ItemState& SimulatedPaletteView::MutableState(PaletteItem item)
 {
     return m_items[Slot(item)];
 }
@@ -165,14 +165,14 @@ int16_t SimulatedPaletteView::GetOriginalClientHeight() const
 
 void SimulatedPaletteView::MoveItem(PaletteItem item, int16_t dx, int16_t dy)
 {
-    Rect& r = State(item).rect;
+    Rect& r = MutableState(item).rect;
     r.x = static_cast<int16_t>(r.x + dx);
     r.y = static_cast<int16_t>(r.y + dy);
 }
 
 void SimulatedPaletteView::ResizeItem(PaletteItem item, int16_t dx, int16_t dy)
 {
-    Rect& r = State(item).rect;
+    Rect& r = MutableState(item).rect;
     r.width = static_cast<int16_t>(std::max(0, r.width + dx));
     r.height = static_cast<int16_t>(std::max(0, r.height + dy));
 }
@@ -188,21 +188,21 @@ int16_t SimulatedPaletteView::GetItemWidth(PaletteItem item) const
 
 void SimulatedPaletteView::SetEditMin(PaletteItem item, int32_t value)
 {
-    ItemState& s = State(item);
+    ItemState& s = MutableState(item);
     s.min = value;
     s.value = std::max(s.value, s.min);
 }
 
 void SimulatedPaletteView::SetEditMax(PaletteItem item, int32_t value)
 {
-    ItemState& s = State(item);
+    ItemState& s = MutableState(item);
     s.max = value;
     s.value = std::min(s.value, s.max);
 }
 
 void SimulatedPaletteView::SetEditValue(PaletteItem item, int32_t value)
 {
-    ItemState& s = State(item);
+    ItemState& s = MutableState(item);
     s.value = std::clamp(value, s.min, std::max(s.min, s.max));
 }
 

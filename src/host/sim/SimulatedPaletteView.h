@@ -75,8 +75,8 @@ public:
     void BeginMoveResizeItems() override { ++m_moveResizeDepth; }
     void EndMoveResizeItems() override { --m_moveResizeDepth; }
 
-    void EnableItem(PaletteItem item) override { State(item).enabled = true; }
-    void DisableItem(PaletteItem item) override { State(item).enabled = false; }
+    void EnableItem(PaletteItem item) override { MutableState(item).enabled = true; }
+    void DisableItem(PaletteItem item) override { MutableState(item).enabled = false; }
     void MoveItem(PaletteItem item, int16_t dx, int16_t dy) override;
     void ResizeItem(PaletteItem item, int16_t dx, int16_t dy) override;
     int16_t GetItemWidth(PaletteItem item) const override;
@@ -121,7 +121,7 @@ public:
     int16_t SelectedRow() const { return m_selected; }
 
 private:
-    ItemState& State(PaletteItem item);
+    ItemState& MutableState(PaletteItem item);
     bool AcceptsInput(PaletteItem item) const;
     void ChangeClientSize(int16_t width, int16_t height);
 
