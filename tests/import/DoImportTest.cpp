@@ -1,0 +1,341 @@
+// The import command against the simulated host: what the user is told, what
+// the host is asked, what is logged and what stays on disk on every path.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "e57/Writer.h"
+#include "host/sim/SimulatedHost.h"
+#include "import/DoImport.h"
+#include "import/WriteGsmViaXml.h"
+#include "main/Log.h"
+#include "palette/CollectOurLibParts.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string ReadAll(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::vector<std::string> ReadLines(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+// One scan (or several) of `points` points at x = i, y = i / 2, z = -i / 4 (i
+// counted within each scan), without colour and pose.
+void WriteE57(const fs::path& file, size_t points, int scans = 1)
+{
+    e57::Writer writer(file.string());
+    std::vector<double> x(points), y(points), z(points);
+    for (size_t i = 0; i < points; ++i) {
+        x[i] = static_cast<double>(i);
+        y[i] = static_cast<double>(i) * 0.5;
+        z[i] = static_cast<double>(i) * -0.25;
+    }
+    for (int s = 0; s < scans; ++s) {
+        e57::ScanHeader header;
+        header.guid = "{scan-" + std::to_string(s) + "}";
+        header.prototype = e57::CartesianFields(e57::FieldEncoding::Double);
+        writer.BeginScan(header);
+        writer.WriteColumns(points, {{x.data(), nullptr}, {y.data(), nullptr}, {z.data(), nullptr}});
+        writer.EndScan();
+    }
+    writer.Close();
+}
+
+class DoImportTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/pw_doimport_test_XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        dir_ = pattern;
+        logPath_ = (dir_ / "debug.log").string();
+        SetLogPath(logPath_.c_str());
+        savedConverter_ = LP_XMLCONVERTER;
+        // Base names are unique per test so that parallel runs do not share /tmp files.
+        base_ = "Haus" + std::to_string(getpid());
+        e57_ = dir_ / (base_ + ".E57");
+        folder_ = dir_ / base_;
+        UseConverterScript("cp \"$2\" " + (dir_ / "seen.xml").string() + "\n: > \"$3\"\n");
+    }
+
+    void TearDown() override
+    {
+        EXPECT_TRUE(h.Calls().Problems().empty()) << h.Calls().Problems().front();
+        EXPECT_FALSE(h.ProcessWindow().IsOpen()) << "the process window is always closed in the end";
+        LP_XMLCONVERTER = savedConverter_;
+        SetLogPath(nullptr);
+        std::error_code ec;
+        fs::remove("/tmp/pw_gsm_" + base_ + ".xml", ec);
+        fs::remove_all(dir_, ec);
+    }
+
+    void UseConverterScript(const std::string& body)
+    {
+        converter_ = (dir_ / "converter.sh").string();
+        std::ofstream(converter_) << "#!/bin/sh\n" << body;
+        ASSERT_EQ(chmod(converter_.c_str(), 0755), 0);
+        LP_XMLCONVERTER = converter_.c_str();
+    }
+
+    std::string Import(int density, const fs::path& file)
+    {
+        h.OpenFileDialog().QueueFile(file);
+        return DoImport(h.Bundle(), density);
+    }
+
+    std::vector<sim::ReportLine> Reports() { return h.ReportWindow().Lines(); }
+    std::vector<std::string> LogLines() { return ReadLines(logPath_); }
+    std::string GspcPath() const { return (folder_ / (base_ + "_data.gspc")).string(); }
+
+    void ExpectReport(const std::string& text, bool withAlert)
+    {
+        const auto lines = Reports();
+        ASSERT_EQ(lines.size(), 1u);
+        EXPECT_EQ(lines[0].text, text);
+        EXPECT_EQ(lines[0].withAlert, withAlert);
+    }
+
+    void ExpectNoLibraryChange() { EXPECT_EQ(h.Calls().Count("GLIB") + h.Calls().Count("SLIB") + h.Calls().Count("RLIB"), 0u); }
+
+    sim::SimulatedHost h;
+    fs::path dir_;
+    std::string logPath_;
+    std::string base_;
+    fs::path e57_;
+    fs::path folder_;
+    std::string converter_;
+    const char* savedConverter_ = nullptr;
+};
+
+// The value of one parameter line in the library part XML.
+std::string ParamValue(const std::string& xml, const std::string& name)
+{
+    const size_t at = xml.find("Name=\"" + name + "\"");
+    if (at == std::string::npos) {
+        return "<missing>";
+    }
+    const size_t begin = xml.find("<Value>", at) + 7;
+    return xml.substr(begin, xml.find("</Value>", begin) - begin);
+}
+
+}  // namespace
+
+TEST_F(DoImportTest, SuccessfulImportOfAnUpperCaseE57)
+{
+    WriteE57(e57_, 1000);
+    EXPECT_EQ(Import(25, e57_), base_);
+
+    // The dialog, then the report line with the requested density.
+    ASSERT_EQ(h.OpenFileDialog().Requests().size(), 1u);
+    EXPECT_EQ(h.OpenFileDialog().Requests()[0].title, "E57-Datei öffnen");
+    EXPECT_EQ(h.OpenFileDialog().Requests()[0].typeText, "E57-Punktwolke");
+    EXPECT_EQ(h.OpenFileDialog().Requests()[0].extension, "e57");
+    ExpectReport("\"" + base_ + "\" importiert (25% der Punkte).", false);
+
+    // Files beside the E57 file: every fourth point, 15 bytes each after a 32-byte header.
+    EXPECT_EQ(fs::file_size(GspcPath()), 32u + 250u * 15u);
+    EXPECT_TRUE(fs::exists(folder_ / (base_ + ".gsm")));
+    EXPECT_FALSE(fs::exists("/tmp/pw_gsm_" + base_ + ".xml"));
+
+    // What the library part was given.
+    const std::string xml = ReadAll(dir_ / "seen.xml");
+    EXPECT_NE(xml.find("POINTCLOUD \"" + base_ + "_data.gspc\""), std::string::npos);
+    EXPECT_EQ(ParamValue(xml, "A"), "996");
+    EXPECT_EQ(ParamValue(xml, "B"), "498");
+    EXPECT_EQ(ParamValue(xml, "ZZYZX"), "249");
+    EXPECT_EQ(ParamValue(xml, "offsetX"), "0");
+    EXPECT_EQ(ParamValue(xml, "offsetZ"), "-249");
+    EXPECT_EQ(ParamValue(xml, "iDensityPercent"), "25");
+    EXPECT_EQ(ParamValue(xml, "iTotalPoints"), "1000");
+    EXPECT_EQ(ParamValue(xml, "iReducedPoints"), "250");
+    EXPECT_EQ(ParamValue(xml, "sE57Path"), "<![CDATA[\"" + e57_.string() + "\"]]>");
+
+    // Progress phases, then the folder registered and the libraries reloaded.
+    const auto& window = h.ProcessWindow();
+    EXPECT_EQ(window.Title(), "E57 importieren...");
+    EXPECT_EQ(window.PhaseTitles(), (std::vector<std::string>{"Punktwolke konvertieren...", "GSM erstellen..."}));
+    EXPECT_EQ(window.PhaseMaxima().back(), 1);
+    EXPECT_EQ(window.Calls().back(), "CPWD");
+    EXPECT_EQ(window.Calls()[window.Calls().size() - 2], "SPRV 1");
+    const auto& calls = h.Calls();
+    EXPECT_LT(calls.IndexOf("CPWD"), calls.IndexOf("GLIB"));
+    EXPECT_LT(calls.IndexOf("SLIB"), calls.IndexOf("RLIB"));
+    EXPECT_LT(calls.IndexOf("RLIB"), calls.IndexOf("WriteReport"));
+    ASSERT_EQ(h.LibraryList().LastSet().size(), 1u);
+    EXPECT_EQ(h.LibraryList().LastSet()[0].location.string(), folder_.string());
+
+    EXPECT_EQ(LogLines(), (std::vector<std::string>{
+                              "--- DoImport ---", "E57: " + e57_.string(),
+                              "LP_XMLConverter exit=0 xml=/tmp/pw_gsm_" + base_ + ".xml gsm=" + folder_.string() +
+                                  "/" + base_ + ".gsm"}));
+}
+
+TEST_F(DoImportTest, ReportQuotesTheRequestedDensityAndReusesTheFolder)
+{
+    // 60 % keeps every point and still says 60 %; a second import overwrites the files.
+    WriteE57(e57_, 100, 2);
+    EXPECT_EQ(Import(60, e57_), base_);
+    EXPECT_EQ(Import(60, e57_), base_);
+    ASSERT_EQ(Reports().size(), 2u);
+    EXPECT_EQ(Reports()[1].text, "\"" + base_ + "\" importiert (60% der Punkte).");
+    EXPECT_EQ(fs::file_size(GspcPath()), 32u + 200u * 15u);
+    const std::string xml = ReadAll(dir_ / "seen.xml");
+    EXPECT_EQ(ParamValue(xml, "iTotalPoints"), "200");
+    EXPECT_EQ(ParamValue(xml, "iReducedPoints"), "200");
+    EXPECT_EQ(h.LibraryList().LastSet().size(), 1u) << "the folder is registered once";
+}
+
+TEST_F(DoImportTest, CancelledDialogDoesNothing)
+{
+    h.OpenFileDialog().QueueCancel();
+    EXPECT_EQ(DoImport(h.Bundle(), 10), "");
+    EXPECT_TRUE(Reports().empty());
+    EXPECT_TRUE(h.ProcessWindow().Calls().empty());
+    ExpectNoLibraryChange();
+    EXPECT_EQ(LogLines(), std::vector<std::string>{"--- DoImport ---"});
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir_), fs::directory_iterator()), 2) << "only the log and the script";
+}
+
+TEST_F(DoImportTest, UnreadableOrEmptyFilesLeaveAnEmptyFolder)
+{
+    // A file that does not exist.
+    EXPECT_EQ(Import(10, e57_), "");
+    ExpectReport("E57-Datei konnte nicht geöffnet werden.", true);
+    EXPECT_TRUE(fs::is_directory(folder_));
+    EXPECT_TRUE(fs::is_empty(folder_));
+
+    // A valid file without scans.
+    h.ReportWindow().Clear();
+    WriteE57(e57_, 0, 0);
+    EXPECT_EQ(Import(10, e57_), "");
+    ExpectReport("E57-Datei enthält keine Scans.", true);
+    EXPECT_TRUE(fs::is_empty(folder_));
+    EXPECT_TRUE(h.ProcessWindow().Calls().empty());
+    ExpectNoLibraryChange();
+}
+
+TEST_F(DoImportTest, PointFileThatCannotBeCreated)
+{
+    WriteE57(e57_, 10);
+    fs::create_directories(GspcPath());   // a folder where the point file should go
+    EXPECT_EQ(Import(10, e57_), "");
+    ExpectReport("GSPC-Datei konnte nicht angelegt werden.", true);
+    EXPECT_TRUE(h.ProcessWindow().Calls().empty());
+    ExpectNoLibraryChange();
+}
+
+TEST_F(DoImportTest, BrokenFileIsAConversionFailure)
+{
+    // Damage the binary section behind the file header: the points cannot be read.
+    WriteE57(e57_, 5000);
+    {
+        std::fstream file(e57_, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(2048);
+        const std::string junk(4096, '\x5A');
+        file.write(junk.data(), static_cast<std::streamsize>(junk.size()));
+    }
+    EXPECT_EQ(Import(10, e57_), "");
+    ExpectReport("E57-Konvertierung fehlgeschlagen.", true);
+    EXPECT_EQ(h.ProcessWindow().OpenCount(), h.ProcessWindow().CloseCount());
+    ExpectNoLibraryChange();
+    const auto log = LogLines();
+    ASSERT_EQ(log.size(), 3u);
+    EXPECT_EQ(log[2].rfind("E57-Fehler: ", 0), 0u) << log[2];
+    EXPECT_LE(log[2].size(), 255u);
+    EXPECT_TRUE(fs::is_directory(folder_));
+}
+
+TEST_F(DoImportTest, ExceptionAfterTheWindowOpenedClosesIt)
+{
+    const fs::path sample = fs::path(PW_SHARED_DIR) / "e57/InvalidCVHeader.e57";
+    if (!fs::exists(sample)) {
+        GTEST_SKIP() << "sample files not found at " << sample;
+    }
+    fs::create_symlink(sample, e57_);
+    EXPECT_EQ(Import(10, e57_), "");
+    ExpectReport("E57-Konvertierung fehlgeschlagen.", true);
+    // The header is read, the window opened; the broken section ends the conversion.
+    EXPECT_EQ(h.ProcessWindow().OpenCount(), 1);
+    EXPECT_EQ(h.ProcessWindow().CloseCount(), 1);
+    EXPECT_TRUE(fs::exists(GspcPath())) << "the unfinished point file stays";
+    ExpectNoLibraryChange();
+}
+
+TEST_F(DoImportTest, CancelledConversionKeepsThePartialPointFile)
+{
+    WriteE57(e57_, 100000);
+    h.ProcessWindow().CancelFromCall(1);
+    EXPECT_EQ(Import(100, e57_), "");
+    ExpectReport("Import abgebrochen.", false);
+    EXPECT_EQ(h.ProcessWindow().Calls().back(), "CPWD");
+    EXPECT_EQ(std::count(h.ProcessWindow().PhaseTitles().begin(), h.ProcessWindow().PhaseTitles().end(),
+                         "GSM erstellen..."),
+              0);
+    const auto size = fs::file_size(GspcPath());
+    EXPECT_GT(size, 32u);
+    EXPECT_LT(size, 32u + 100000u * 15u);
+    EXPECT_FALSE(fs::exists(folder_ / (base_ + ".gsm")));
+    ExpectNoLibraryChange();
+}
+
+TEST_F(DoImportTest, ConverterFailureClosesTheWindowBeforeTheAlert)
+{
+    UseConverterScript("echo 'Syntax error' >&2\nexit 1\n");
+    WriteE57(e57_, 100);
+    EXPECT_EQ(Import(10, e57_), "");
+    ExpectReport("GSM konnte nicht erstellt werden.", true);
+    const auto& calls = h.Calls();
+    EXPECT_LT(calls.IndexOf("SPRV 1"), calls.IndexOf("CPWD"));
+    EXPECT_LT(calls.IndexOf("CPWD"), calls.IndexOf("WriteReport"));
+    ExpectNoLibraryChange();
+
+    const auto log = LogLines();
+    ASSERT_GE(log.size(), 2u);
+    EXPECT_EQ(log[log.size() - 2], "Syntax error");
+    EXPECT_EQ(log.back(), "WriteGsmViaXml fehlgeschlagen.");
+    // The complete point file and the XML for inspection stay.
+    EXPECT_EQ(fs::file_size(GspcPath()), 32u + 10u * 15u);
+    EXPECT_TRUE(fs::exists("/tmp/pw_gsm_" + base_ + ".xml"));
+}
+
+TEST_F(DoImportTest, ImportedPartAppearsInTheCatalogue)
+{
+#ifndef PW_LPXMLCONVERTER
+    GTEST_SKIP() << "the stand-in library part converter is not part of this build";
+#else
+    LP_XMLCONVERTER = PW_LPXMLCONVERTER;
+    WriteE57(e57_, 1000);
+    ASSERT_EQ(Import(10, e57_), base_) << (Reports().empty() ? "" : Reports().back().text);
+
+    // The reload loaded the new library part from the registered folder.
+    const std::vector<PointCloudEntry> entries = CollectOurLibParts(h.Bundle().libParts);
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(entries[0].name, base_);
+    EXPECT_EQ(entries[0].densityPercent, 10);
+    EXPECT_EQ(entries[0].e57Path, e57_.string());
+    EXPECT_EQ(entries[0].folder, folder_.string());
+    EXPECT_EQ(entries[0].gspcFileName, base_ + "_data.gspc");
+    EXPECT_EQ(h.Handles().Outstanding(), 0u);
+#endif
+}
