@@ -1,0 +1,61 @@
+// Compile-time checks: every number that the portable code uses in place of a
+// name of the kit must equal that name's value in the Archicad 26 kit. A kit
+// of another version with other values stops the build here.
+#include <cstdint>
+
+#include "host/HostTypes.h"
+
+namespace {
+// Read before the kit defines APIMemoMask_AddPars as a macro.
+constexpr uint64_t kPortableMemoMaskAddPars = host::APIMemoMask_AddPars;
+}  // namespace
+
+#include "host/archicad/ArchicadSdk.h"
+
+// Add-on type, menu position and flags, palette flags (entry points).
+static_assert(APIAddon_Preload == 2, "add-on type code 2");
+static_assert(MenuCode_UserDef == 0, "menu position code 0");
+static_assert(MenuFlag_Default == 0, "menu flags 0");
+static_assert((API_PalEnabled_FloorPlan | API_PalEnabled_Section | API_PalEnabled_3D | API_PalEnabled_Detail |
+               API_PalEnabled_Layout | API_PalEnabled_Worksheet | API_PalEnabled_Elevation |
+               API_PalEnabled_InteriorElevation | API_PalEnabled_DocumentFrom3D) == 1015,
+              "palette flags 1015: every view but selection-only and model compare");
+
+// Palette messages (PunktwolkenPalette::ControlCallback).
+static_assert(APIPalMsg_ClosePalette == 1 && APIPalMsg_HidePalette_Begin == 2 && APIPalMsg_HidePalette_End == 3 &&
+                  APIPalMsg_DisableItems_Begin == 4 && APIPalMsg_DisableItems_End == 5 &&
+                  APIPalMsg_OpenPalette == 6 && APIPalMsg_IsPaletteVisible == 7,
+              "palette message codes 1 to 7");
+
+// Dialog library values the palette passes as numbers.
+static_assert(DG::ModelessBase::First == -32768, "Show(-32768): no reference dialog");
+static_assert(DG::Dialog::TopLeft == 1, "SetClientSize fix point 1");
+static_assert(DG::ListBox::AllItems == 0, "DeleteItem(0) deletes every row");
+static_assert(DG::ListBox::TopItem == 1, "GetSelectedItem(1) starts at the top");
+static_assert(DG_WARNING == -2, "alert type -2 of the delete question");
+static_assert(DG_OK == 1 && DG_CANCEL == 2 && DG_THIRD == 3, "alert answers 1, 2, 3");
+
+// Request codes, as the portable code names them with FourCC.
+static_assert(APIEnv_GetLibrariesID == host::FourCC("GLIB"), "'GLIB'");
+static_assert(APIEnv_SetLibrariesID == host::FourCC("SLIB"), "'SLIB'");
+static_assert(APIDo_ReloadLibrariesID == host::FourCC("RLIB"), "'RLIB'");
+static_assert(APIEnv_GetStorySettingsID == host::FourCC("GSTO"), "'GSTO'");
+static_assert(APIAny_OpenParametersID == host::FourCC("OPAR"), "'OPAR'");
+static_assert(APIAny_GetActParametersID == host::FourCC("GPAR"), "'GPAR'");
+static_assert(APIAny_CloseParametersID == host::FourCC("CPAR"), "'CPAR'");
+static_assert(APIIo_InitProcessWindowID == host::FourCC("IPWD"), "'IPWD'");
+static_assert(APIIo_SetNextProcessPhaseID == host::FourCC("SPRP"), "'SPRP'");
+static_assert(APIIo_SetProcessValueID == host::FourCC("SPRV"), "'SPRV'");
+static_assert(APIIo_IsProcessCanceledID == host::FourCC("CANC"), "'CANC'");
+static_assert(APIIo_CloseProcessWindowID == host::FourCC("CPWD"), "'CPWD'");
+
+// Element and parameter codes of HostTypes.h.
+static_assert(host::API_ObjectID == API_ObjectID, "object element type");
+static_assert(kPortableMemoMaskAddPars == APIMemoMask_AddPars, "memo mask of the parameters");
+static_assert(int(host::APIParT_Integer) == int(APIParT_Integer) && int(host::APIParT_Length) == int(APIParT_Length) &&
+                  int(host::APIParT_RealNum) == int(APIParT_RealNum) &&
+                  int(host::APIParT_CString) == int(APIParT_CString) &&
+                  int(host::APIParT_Boolean) == int(APIParT_Boolean) && int(host::APIParT_Title) == int(APIParT_Title),
+              "parameter type codes");
+static_assert(API_LocalLibrary == 1 && API_BuiltInLibrary == 3, "library types 1 (local) and 3 (built-in)");
+static_assert(sizeof(API_Guid) == 16 && sizeof(GS::Guid) == 16, "16-byte identifiers");

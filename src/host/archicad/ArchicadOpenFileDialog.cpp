@@ -1,0 +1,22 @@
+#include "host/archicad/ArchicadAdapters.h"
+#include "host/archicad/ArchicadConversions.h"
+
+namespace archicad {
+
+bool ArchicadOpenFileDialog::GetOpenFile(const std::string& title, const std::string& typeText,
+                                         const std::string& extension, std::filesystem::path& chosen)
+{
+    DGTypePopupItem fileType;
+    fileType.text = ToArchicad(typeText);
+    fileType.extensions = ToArchicad(extension);
+    fileType.macType = 0;
+
+    IO::Location location;
+    if (!DGGetOpenFile(&location, 1, &fileType, nullptr, ToArchicad(title), 0)) {
+        return false;
+    }
+    chosen = ToPortable(location);
+    return true;
+}
+
+}  // namespace archicad
