@@ -1,0 +1,148 @@
+// punktwolke synth: exit codes, determinism, and files the reader takes apart
+// into plausible scans of the building.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "e57/Reader.h"
+
+namespace {
+
+struct SynthRun {
+    int exitCode = -1;
+    std::string out, err;
+};
+
+std::string Slurp(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+SynthRun Synth(const std::string& args)
+{
+    const std::string base = ::testing::TempDir() + "pw_synthcmd_" + std::to_string(getpid());
+    const std::string cmd = std::string(PW_BINARY_DIR) + "/src/punktwolke synth " + args + " >" + base + ".out 2>" +
+                            base + ".err </dev/null";
+    const int status = std::system(cmd.c_str());
+    SynthRun r;
+    if (status != -1 && WIFEXITED(status))
+        r.exitCode = WEXITSTATUS(status);
+    r.out = Slurp(base + ".out");
+    r.err = Slurp(base + ".err");
+    std::remove((base + ".out").c_str());
+    std::remove((base + ".err").c_str());
+    return r;
+}
+
+std::string Temp(const std::string& name)
+{
+    return ::testing::TempDir() + "pw_synth_" + name + ".e57";
+}
+
+}  // namespace
+
+TEST(SynthCommand, SameSeedSameBytesOtherSeedOtherBytes)
+{
+    const std::string a = Temp("a"), b = Temp("b"), c = Temp("c");
+    const SynthRun ra = Synth(a + " --points 30001 --scans 5 --seed 7");
+    ASSERT_EQ(ra.exitCode, 0) << ra.err;
+    EXPECT_NE(ra.out.find("30001 points in 5 scans"), std::string::npos) << ra.out;
+    EXPECT_EQ(ra.err, "");
+    ASSERT_EQ(Synth(b + " --points 30001 --scans 5 --seed 7").exitCode, 0);
+    ASSERT_EQ(Synth(c + " --points 30001 --scans 5 --seed 8").exitCode, 0);
+    const std::string bytesA = Slurp(a);
+    EXPECT_GT(bytesA.size(), 30001u * 12);
+    EXPECT_TRUE(bytesA == Slurp(b));
+    EXPECT_FALSE(bytesA == Slurp(c));
+    for (const std::string& p : {a, b, c})
+        std::remove(p.c_str());
+}
+
+// Every scan reads to its end; points placed by their poses lie in the
+// building; encodings and colour vary across scans as the generator promises.
+TEST(SynthCommand, ScansArePlausible)
+{
+    const std::string path = Temp("plausible");
+    ASSERT_EQ(Synth(path + " --points 40003 --scans 4 --seed 3").exitCode, 0);
+    e57::Reader reader(path, e57::ReaderOptions());
+    ASSERT_TRUE(reader.IsOpen());
+    EXPECT_EQ(reader.VerifyAllPages(), 0u);
+    ASSERT_EQ(reader.GetData3DCount(), 4);
+    int64_t total = 0;
+    std::vector<e57::FieldEncoding> encodings;
+    int withColour = 0, with16Bit = 0;
+    for (int64_t s = 0; s < 4; ++s) {
+        e57::Data3D d;
+        ASSERT_TRUE(reader.ReadData3D(s, d));
+        EXPECT_TRUE(d.pointCount == 10000 || d.pointCount == 10001);
+        EXPECT_FALSE(d.guid.empty());
+        total += d.pointCount;
+        encodings.push_back(d.prototype.at(0).encoding);
+        const bool colour = d.pointFields.colorRedField;
+        withColour += colour;
+        with16Bit += colour && d.colorLimits.colorRedMaximum == 65535;
+
+        const size_t block = 4096;
+        std::vector<double> x(block), y(block), z(block);
+        std::vector<uint16_t> red(block);
+        std::vector<int8_t> invalid(block, 0);
+        e57::Data3DPointsData_d b;
+        b.cartesianX = x.data();
+        b.cartesianY = y.data();
+        b.cartesianZ = z.data();
+        b.colorRed = red.data();
+        b.isColorInvalid = invalid.data();
+        e57::CompressedVectorReader cv = reader.SetUpData3DPointsData(s, block, b);
+        const e57::Quaternion& q = d.pose.rotation;
+        const e57::Translation& t = d.pose.translation;
+        int64_t read = 0, outside = 0, invalidColour = 0;
+        for (unsigned n; (n = cv.read()) > 0; read += n) {
+            for (unsigned i = 0; i < n; ++i) {
+                // Rotation about Z only: q = (w, 0, 0, z).
+                const double c = 1 - 2 * q.z * q.z, sn = 2 * q.w * q.z;
+                const double wx = c * x[i] - sn * y[i] + t.x, wy = sn * x[i] + c * y[i] + t.y, wz = z[i] + t.z;
+                outside += wx < -0.05 || wx > 16.05 || wy < -0.05 || wy > 10.05 || wz < -0.05 || wz > 3.05;
+                invalidColour += invalid[i] == 1;
+            }
+        }
+        EXPECT_EQ(read, d.pointCount);
+        EXPECT_EQ(outside, 0) << "scan " << s;
+        if (d.pointFields.isColorInvalidField) {
+            EXPECT_GT(invalidColour, 0);
+            EXPECT_LT(invalidColour, d.pointCount / 20);
+        }
+    }
+    EXPECT_EQ(total, 40003);
+    EXPECT_EQ(withColour, 3);
+    EXPECT_EQ(with16Bit, 1);
+    EXPECT_NE(std::find(encodings.begin(), encodings.end(), e57::FieldEncoding::ScaledInteger), encodings.end());
+    EXPECT_NE(std::find(encodings.begin(), encodings.end(), e57::FieldEncoding::Double), encodings.end());
+    EXPECT_NE(std::find(encodings.begin(), encodings.end(), e57::FieldEncoding::Float), encodings.end());
+    std::remove(path.c_str());
+}
+
+TEST(SynthCommand, ExitCodesForFailureUsageAndHelp)
+{
+    const SynthRun unwritable = Synth("/nonexistent-folder/out.e57 --points 10");
+    EXPECT_EQ(unwritable.exitCode, 1);
+    EXPECT_EQ(unwritable.err.rfind("punktwolke synth: ", 0), 0u) << unwritable.err;
+    EXPECT_EQ(std::count(unwritable.err.begin(), unwritable.err.end(), '\n'), 1);
+
+    EXPECT_EQ(Synth("").exitCode, 2);
+    EXPECT_EQ(Synth(Temp("usage") + " --scans 0").exitCode, 2);
+    EXPECT_EQ(Synth(Temp("usage") + " --points many").exitCode, 2);
+    EXPECT_EQ(Synth(Temp("usage") + " --colour").exitCode, 2);
+    const SynthRun help = Synth("--help");
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_NE(help.out.find("--points"), std::string::npos);
+    std::remove(Temp("usage").c_str());
+}
