@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -340,6 +341,30 @@ TEST(StandInConverterProgram, AcceptsTheImportsGeneratedLibPart)
     EXPECT_EQ(part.a, 1.5);
     EXPECT_EQ(sim::GetUni(sim::FindPar(part.params, "sE57Path")->uStr), sim::Utf8ToUtf16(e57));
     EXPECT_EQ(sim::FindPar(part.params, "tRep3D")->typeID, host::APIParT_Title);
+}
+
+// Text put unescaped into the XML must make the generation fail, as with the host's converter.
+TEST(StandInConverterProgram, RefusesTheGeneratedLibPartWhenAPathBreaksTheXml)
+{
+    TempDir dir;
+    const char* saved = LP_XMLCONVERTER;
+    LP_XMLCONVERTER = PW_LPXMLCONVERTER;
+    const std::string name = "PwHostTest_" + dir.Path().filename().string();
+    const std::string gspc = name + "_data.gspc";
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"/Scans/Scan \"alt\".e57", gspc},
+        {"/Scans/a]]>b/Scan.e57", gspc},
+        {"/Scans/Scan.e57", name + "\"_data.gspc"},
+        {"/Scans/Scan.e57", name + "]]>_data.gspc"},
+    };
+    for (const auto& [e57, pointFile] : cases) {
+        EXPECT_FALSE(WriteGsmViaXml(pointFile.c_str(), name.c_str(), dir.Path().c_str(), 1.0f, 1.0f, 1.0f, 0.0f,
+                                    0.0f, 0.0f, 10, e57.c_str(), 10, 1))
+            << e57 << " " << pointFile;
+        EXPECT_FALSE(std::filesystem::exists(dir.Path() / (name + ".gsm")));
+    }
+    LP_XMLCONVERTER = saved;
+    std::filesystem::remove("/tmp/pw_gsm_" + name + ".xml");
 }
 
 #endif

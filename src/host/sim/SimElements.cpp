@@ -29,6 +29,9 @@ host::ErrCode SimElements::GetDefaults(host::Element& element, host::ElementMemo
     }
     element = defaults_;
     element.typeID = host::API_ObjectID;
+    if (memo.params) {
+        log_.AddProblem("GetDefaults into a memo that still holds a parameter handle");
+    }
     memo.params = handles_.Issue(defaultParams_);
     return host::NoError;
 }
