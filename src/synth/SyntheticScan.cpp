@@ -1,8 +1,13 @@
 #include "synth/SyntheticScan.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 #include "e57/E57Exception.h"
 #include "e57/Writer.h"
@@ -317,6 +322,26 @@ SynthResult WriteSyntheticScan(const std::string& path, const SynthOptions& opti
     }
     writer.Close();
     return result;
+}
+
+bool EnsureSyntheticScan(const std::string& path, const SynthOptions& options)
+{
+    struct stat st {};
+    if (::stat(path.c_str(), &st) == 0)
+        return false;
+    const std::string temp = path + ".tmp" + std::to_string(::getpid());
+    try {
+        WriteSyntheticScan(temp, options);
+    } catch (...) {
+        std::remove(temp.c_str());
+        throw;
+    }
+    if (std::rename(temp.c_str(), path.c_str()) != 0) {
+        const std::string reason = std::strerror(errno);
+        std::remove(temp.c_str());
+        throw e57::E57Exception("cannot rename " + temp + " to " + path + ": " + reason);
+    }
+    return true;
 }
 
 }  // namespace synth

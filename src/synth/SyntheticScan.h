@@ -32,4 +32,10 @@ struct SynthResult {
 // options are out of range.
 SynthResult WriteSyntheticScan(const std::string& path, const SynthOptions& options);
 
+// For benchmarks: writes the file unless `path` already exists. The file is
+// written under a temporary name and renamed when complete, so an existing
+// file is always a whole one (name it after the options). Returns true when
+// it wrote the file.
+bool EnsureSyntheticScan(const std::string& path, const SynthOptions& options);
+
 }  // namespace synth
