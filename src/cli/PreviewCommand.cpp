@@ -96,13 +96,15 @@ void Render(GspcReader& reader, const View& view, Image& img)
             break;
         for (size_t i = 0; i < n; ++i) {
             const GspcPoint& p = block[i];
-            if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
+            // NaN fails every comparison and is skipped with the points that
+            // lie outside the header's bounds (a file that lies about them).
+            if (!(p.x >= b[0] && p.x <= b[1] && p.y >= b[2] && p.y <= b[3] && p.z >= b[4] && p.z <= b[5]))
                 continue;
             const double x = p.x - cx, y = p.y - cy, z = p.z - cz;
             const double sx = (Dot(view.u, x, y, z) - uMid) * scale + img.width / 2.0;
             const double sy = img.height / 2.0 - (Dot(view.v, x, y, z) - vMid) * scale;
             if (!(sx >= 0 && sx < img.width && sy >= 0 && sy < img.height))
-                continue;   // outside the header's bounds: the file lies about them
+                continue;
             const size_t px = size_t(sy) * img.width + size_t(sx);
             const float d = static_cast<float>(Dot(view.d, x, y, z));
             if (d < img.depth[px])

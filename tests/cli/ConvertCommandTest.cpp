@@ -1,0 +1,171 @@
+// punktwolke convert, run as a separate process.
+#include <gtest/gtest.h>
+
+#include <openssl/evp.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <string>
+
+#include "PunktwolkeRun.h"
+#include "e57/Writer.h"
+
+using pwtest::RunPunktwolke;
+
+namespace {
+
+std::string Sample(const char* name)
+{
+    return std::string(PW_SHARED_DIR) + "/e57/" + name;
+}
+
+bool SamplesPresent()
+{
+    struct stat st {};
+    return stat(Sample("bunnyFloat.e57").c_str(), &st) == 0;
+}
+
+std::string Sha256Hex(const std::string& data)
+{
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int len = 0;
+    EVP_Digest(data.data(), data.size(), digest, &len, EVP_sha256(), nullptr);
+    std::string out;
+    for (unsigned i = 0; i < len; ++i) {
+        out += "0123456789abcdef"[digest[i] >> 4];
+        out += "0123456789abcdef"[digest[i] & 15];
+    }
+    return out;
+}
+
+float FloatAt(const std::string& d, size_t off)
+{
+    float f;
+    std::memcpy(&f, d.data() + off, 4);
+    return f;
+}
+
+}  // namespace
+
+TEST(ConvertCommand, ConvertsWithTheDefaultNameInTheCurrentFolder)
+{
+    const std::string dir = pwtest::ScratchDir("convert_default");
+    // Upper-case extension: the base name loses it all the same.
+    {
+        e57::Writer w(dir + "/Haus.E57");
+        e57::ScanHeader h;
+        h.guid = "{haus}";
+        h.prototype = e57::CartesianFields(e57::FieldEncoding::Float);
+        w.BeginScan(h);
+        double x[3] = {1, 2, 3}, y[3] = {4, 5, 6}, z[3] = {-1, 0, 1};
+        e57::Data3DPointsData_t<double> b;
+        b.cartesianX = x;
+        b.cartesianY = y;
+        b.cartesianZ = z;
+        w.WritePoints(3, b);
+        w.EndScan();
+        w.Close();
+    }
+    pwtest::RunOptions here;
+    here.cwd = dir;
+    const auto r = RunPunktwolke({"convert", "Haus.E57", "--density", "100"}, here);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    EXPECT_NE(r.out.find("total points: 3\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("kept points: 3\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("offset: 1 4 -1\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("size: 2 2 2\n"), std::string::npos) << r.out;
+    EXPECT_EQ(pwtest::Slurp(dir + "/Haus_data.gspc").size(), 32u + 3 * 15);
+}
+
+TEST(ConvertCommand, OutputMatchesThePublishedPointFile)
+{
+    if (!SamplesPresent())
+        GTEST_SKIP() << "shared sample folder is absent";
+    const std::string out = pwtest::ScratchDir("convert_sample") + "/bunny.gspc";
+    const auto r = RunPunktwolke({"convert", Sample("bunnyFloat.e57"), "-d", "25", "-o", out});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("kept points: 7643\n"), std::string::npos) << r.out;
+    EXPECT_EQ(Sha256Hex(pwtest::Slurp(out)), "d846b2395a36bf9ece7e88ca31add7190601d4d30b9a0c803012450ac0c09882");
+}
+
+TEST(ConvertCommand, WrongUsageExitsWithTwo)
+{
+    for (const auto& args : std::vector<std::vector<std::string>>{
+             {"convert"}, {"convert", "a.e57", "-d", "0"}, {"convert", "a.e57", "-d", "101"},
+             {"convert", "a.e57", "--density", "ten"}, {"convert", "a.e57", "--bogus"}}) {
+        const auto r = RunPunktwolke(args);
+        EXPECT_EQ(r.exitCode, 2) << args.back() << ": " << r.err;
+        EXPECT_FALSE(r.err.empty());
+    }
+    const auto help = RunPunktwolke({"convert", "--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_NE(help.out.find("--density"), std::string::npos);
+}
+
+TEST(ConvertCommand, FailuresGiveOneClearLine)
+{
+    if (!SamplesPresent())
+        GTEST_SKIP() << "shared sample folder is absent";
+    const std::string dir = pwtest::ScratchDir("convert_fail");
+    struct Case {
+        std::vector<std::string> args;
+        std::string start;
+    };
+    const Case cases[] = {
+        {{"convert", dir + "/missing.e57", "-o", dir + "/x.gspc"}, "E57-Datei konnte nicht geöffnet werden. ("},
+        {{"convert", Sample("empty.e57"), "-o", dir + "/x.gspc"}, "E57-Datei enthält keine Scans."},
+        {{"convert", Sample("bad-crc.e57"), "-o", dir + "/x.gspc"}, "E57-Konvertierung fehlgeschlagen. (checksum"},
+        {{"convert", Sample("InvalidCVHeader.e57"), "-o", dir + "/x.gspc"}, "E57-Konvertierung fehlgeschlagen. ("},
+        {{"convert", Sample("bunnyFloat.e57"), "-o", dir + "/no/such/folder/x.gspc"},
+         "GSPC-Datei konnte nicht angelegt werden. ("},
+        {{"convert", Sample("bunnyFloat.e57"), "-o", dir}, "GSPC-Datei konnte nicht angelegt werden. ("},
+    };
+    for (const Case& c : cases) {
+        const auto r = RunPunktwolke(c.args);
+        EXPECT_EQ(r.exitCode, 1) << c.start;
+        EXPECT_EQ(r.err.rfind(c.start, 0), 0u) << r.err;
+        EXPECT_EQ(pwtest::LineCount(r.err), 1u) << r.err;
+    }
+}
+
+TEST(ConvertCommand, NeverOverwritesItsSourceFile)
+{
+    const std::string dir = pwtest::ScratchDir("convert_self");
+    const std::string src = dir + "/self.e57";
+    {
+        e57::Writer w(src);
+        e57::ScanHeader h;
+        h.guid = "{self}";
+        h.prototype = e57::CartesianFields(e57::FieldEncoding::Double);
+        w.BeginScan(h);
+        double v[1] = {1};
+        e57::Data3DPointsData_t<double> b;
+        b.cartesianX = b.cartesianY = b.cartesianZ = v;
+        w.WritePoints(1, b);
+        w.EndScan();
+        w.Close();
+    }
+    const std::string before = pwtest::Slurp(src);
+    const auto r = RunPunktwolke({"convert", src, "-o", dir + "/./self.e57"});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.err.rfind("GSPC-Datei konnte nicht angelegt werden.", 0), 0u) << r.err;
+    EXPECT_EQ(pwtest::Slurp(src), before);
+}
+
+TEST(ConvertCommand, CtrlCCancelsAndLeavesAClosedPartialFile)
+{
+    if (!SamplesPresent())
+        GTEST_SKIP() << "shared sample folder is absent";
+    const std::string out = pwtest::ScratchDir("convert_cancel") + "/cancel.gspc";
+    pwtest::RunOptions interrupted;
+    interrupted.pendingSigint = true;
+    const auto r = RunPunktwolke({"convert", Sample("bunnyFloat.e57"), "-d", "100", "-o", out}, interrupted);
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.err, "Import abgebrochen.\n");
+    EXPECT_EQ(r.out, "");
+    // 30571 points in one block, progress every 152 kept points: the block ends at the first check.
+    const std::string d = pwtest::Slurp(out);
+    ASSERT_EQ(d.size(), 32u + 15u * 152);
+    EXPECT_LT(FloatAt(d, 8), FloatAt(d, 12)) << "bounds patched at close";
+}
