@@ -64,14 +64,15 @@ SectionInfo ReadSectionHeader(const PagedFile& file, uint64_t fileOffset, uint64
     if (indexPhysical != 0 && (!IsValidPhysicalOffset(indexPhysical) || indexPhysical >= file.PhysicalLength()))
         Invalid(fileOffset, "index offset " + std::to_string(indexPhysical) + " is outside the file");
 
-    // Every field must fit its recordCount values into the section.
+    // The records' bits must fit into the section (String values take at
+    // least one byte each).
     const uint64_t bytes = s.endLogical - s.dataLogical;
-    for (const FieldDescription& f : fields) {
-        const uint64_t bits = f.encoding == FieldEncoding::String ? 8 : f.bitWidth;
-        if (bits != 0 && recordCount > bytes / bits * 8 + 8)
-            Invalid(fileOffset, "record count " + std::to_string(recordCount) + " cannot fit field '" + f.name +
-                                    "' into " + std::to_string(bytes) + " bytes");
-    }
+    uint64_t bitsPerRecord = 0;
+    for (const FieldDescription& f : fields)
+        bitsPerRecord += f.encoding == FieldEncoding::String ? 8 : f.bitWidth;
+    if (bitsPerRecord != 0 && recordCount > bytes * 8 / bitsPerRecord)
+        Invalid(fileOffset, "record count " + std::to_string(recordCount) + " of " + std::to_string(bitsPerRecord) +
+                                " bits each cannot fit into " + std::to_string(bytes) + " bytes");
     return s;
 }
 

@@ -100,7 +100,7 @@ TEST(BrokenFile, DamagedHeadersAndSectionsFailWithValidChecksums)
         {"reserved", [](Bytes& b) { b[52] = 1; }, "reserved header bytes are not zero"},
         {"section length", [](Bytes& b) { PutU64(b, 56, 1ull << 60); }, "runs past the end of the file"},
         {"section length odd", [](Bytes& b) { PutU64(b, 56, 1002); }, "is not a multiple of 4"},
-        {"section too short", [](Bytes& b) { PutU64(b, 56, 64); }, "record count 30571 cannot fit field"},
+        {"section too short", [](Bytes& b) { PutU64(b, 56, 64); }, "record count 30571 of 97 bits each cannot fit"},
         {"data offset zero", [](Bytes& b) { PutU64(b, 64, 0); }, "data offset 0 is outside the section"},
         {"data offset huge", [](Bytes& b) { PutU64(b, 64, ~0ull); }, "is outside the file"},
         {"index offset", [](Bytes& b) { PutU64(b, 72, 1ull << 40); }, "index offset"},
@@ -127,7 +127,7 @@ TEST(BrokenFile, HostileXmlFailsWithoutHugeAllocations)
         const char* message;
     };
     const Case cases[] = {
-        {"absurd recordCount", points, "fileOffset=\"48\" recordCount=\"999999999999999\"", "cannot fit field"},
+        {"absurd recordCount", points, "fileOffset=\"48\" recordCount=\"999999999999999\"", "cannot fit into"},
         {"recordCount too large", points, "fileOffset=\"48\" recordCount=\"9223372036854775808\"", "too large"},
         {"one record more", points, "fileOffset=\"48\" recordCount=\"30572\"", "ends after 30571 of 30572 records"},
         {"negative recordCount", points, "fileOffset=\"48\" recordCount=\"-5\"", "is not a valid number"},
