@@ -59,8 +59,10 @@ inline Dst FromDouble(double v)
 
 // Calls conv(raw) for `n` values of `b` bits (1..64) starting at bit `pos`,
 // storing the results in out[0..n). Byte-aligned 8/16/32/64-bit values take
-// direct loads; everything else goes through one unaligned 64-bit load per
-// value (plus one byte when the value reaches past those 64 bits).
+// direct loads. Other widths up to 57 bits go in groups of eight values,
+// which span exactly b bytes: within a group every value sits at the same
+// byte offset and shift, so one unaligned 64-bit load, a shift and a mask
+// give each value. Wider values and the tail go one by one.
 template <typename Dst, typename Conv>
 inline void ForEachRaw(const uint8_t* data, uint64_t pos, unsigned b, size_t n, Dst* out, Conv conv)
 {
@@ -88,7 +90,22 @@ inline void ForEachRaw(const uint8_t* data, uint64_t pos, unsigned b, size_t n, 
         }
     }
     const uint64_t mask = b >= 64 ? ~uint64_t(0) : (uint64_t(1) << b) - 1;
-    for (size_t i = 0; i < n; ++i, pos += b) {
+    size_t i = 0;
+    if (b <= 57 && n >= 8) {
+        unsigned off[8], shift[8];
+        for (unsigned j = 0; j < 8; ++j) {
+            const unsigned bit = static_cast<unsigned>(pos & 7) + j * b;
+            off[j] = bit >> 3;
+            shift[j] = bit & 7;
+        }
+        const uint8_t* group = data + (pos >> 3);
+        for (; i + 8 <= n; i += 8, group += b) {
+            for (unsigned j = 0; j < 8; ++j)
+                out[i + j] = conv((Load<uint64_t>(group + off[j]) >> shift[j]) & mask);
+        }
+        pos += uint64_t(i) * b;
+    }
+    for (; i < n; ++i, pos += b) {
         const uint8_t* p = data + (pos >> 3);
         const unsigned sh = static_cast<unsigned>(pos & 7);
         uint64_t w = Load<uint64_t>(p) >> sh;
@@ -98,7 +115,9 @@ inline void ForEachRaw(const uint8_t* data, uint64_t pos, unsigned b, size_t n, 
     }
 }
 
-template <typename Dst>
+// Integer field into the buffer type; `Saturate` is false when the field's
+// limits fit the type, which lets the plain loops vectorise.
+template <typename Dst, bool Saturate>
 void DecodeInteger(FieldDecoder& d, size_t n, size_t outIndex)
 {
     Dst* out = static_cast<Dst*>(d.Out()) + outIndex;
@@ -110,8 +129,13 @@ void DecodeInteger(FieldDecoder& d, size_t n, size_t outIndex)
             out[i] = v;
         return;
     }
-    ForEachRaw(d.Data(), d.BitPos(), f.bitWidth, n, out,
-               [minimum](uint64_t raw) { return FromInt<Dst>(static_cast<int64_t>(minimum + raw)); });
+    if constexpr (Saturate) {
+        ForEachRaw(d.Data(), d.BitPos(), f.bitWidth, n, out,
+                   [minimum](uint64_t raw) { return FromInt<Dst>(static_cast<int64_t>(minimum + raw)); });
+    } else {
+        ForEachRaw(d.Data(), d.BitPos(), f.bitWidth, n, out,
+                   [minimum](uint64_t raw) { return static_cast<Dst>(static_cast<int64_t>(minimum + raw)); });
+    }
     d.Consume(uint64_t(n) * f.bitWidth);
 }
 
@@ -169,7 +193,11 @@ FieldDecoder::DecodeFn PickDecoder(const FieldDescription& f)
 {
     switch (f.encoding) {
     case FieldEncoding::Integer:
-        return &DecodeInteger<Dst>;
+        if constexpr (!std::is_floating_point_v<Dst>) {
+            if (f.minimum < std::numeric_limits<Dst>::min() || f.maximum > std::numeric_limits<Dst>::max())
+                return &DecodeInteger<Dst, true>;
+        }
+        return &DecodeInteger<Dst, false>;
     case FieldEncoding::ScaledInteger:
         return &DecodeScaled<Dst>;
     case FieldEncoding::Float:
