@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets (clang 14, address + undefined-behaviour
+# sanitizers) and runs each for SECONDS seconds (default 60), seeded with
+# inputs made by the project's writers, the sample E57 files beside the
+# repository (../shared/e57, when present) and the saved regression inputs.
+# Exits non-zero when any target finds a crash, leak, timeout or OOM; the
+# input that did it is kept in $BUILD/artifacts.
+#   scripts/fuzz.sh [SECONDS] [TARGET...]
+set -uo pipefail
+cd "$(dirname "$0")/.."
+seconds=${1:-60}
+shift || true
+targets=("$@")
+[ ${#targets[@]} -eq 0 ] && targets=(fuzz_e57_reader fuzz_e57_xml fuzz_convert fuzz_gspc_reader)
+build=${PW_FUZZ_BUILD_DIR:-build/fuzz}
+shared=${PW_SHARED_DIR:-../shared}
+jobs=$(nproc 2>/dev/null || echo 2)
+
+CC=clang-14 CXX=clang++-14 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DPW_BUILD_FUZZ=ON -DPW_BUILD_TESTS=OFF -DPW_BUILD_BENCH=OFF -DPW_SANITIZE=address,undefined >/dev/null || exit 1
+cmake --build "$build" -j "$jobs" --target "${targets[@]}" fuzz_make_seeds || exit 1
+
+seeds="$build/seeds"
+rm -rf "$seeds"
+"$build/fuzz/fuzz_make_seeds" "$seeds" || exit 1
+mkdir -p "$seeds/shared" "$seeds/regressions-e57" "$seeds/regressions-xml" "$seeds/regressions-gspc"
+if [ -d "$shared/e57" ]; then
+  # Linked, not copied: the sample files stay where they are.
+  for f in "$shared"/e57/*.e57; do ln -sf "$(realpath "$f")" "$seeds/shared/"; done
+else
+  echo "fuzz.sh: no sample files at $shared/e57; seeding with generated files only"
+fi
+for kind in e57 xml gspc; do
+  for f in tests/data/regressions/*."$kind"; do
+    [ -e "$f" ] && ln -sf "$(realpath "$f")" "$seeds/regressions-$kind/"
+  done
+done
+
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+mkdir -p "$build/artifacts"
+failed=0
+for t in "${targets[@]}"; do
+  case $t in
+    fuzz_e57_reader|fuzz_convert) dirs=("$seeds/e57" "$seeds/shared" "$seeds/regressions-e57"); maxlen=1310720 ;;
+    fuzz_e57_xml) dirs=("$seeds/xml" "$seeds/regressions-xml"); maxlen=65536 ;;
+    fuzz_gspc_reader) dirs=("$seeds/gspc" "$seeds/regressions-gspc"); maxlen=65536 ;;
+    *) echo "fuzz.sh: unknown target $t"; exit 2 ;;
+  esac
+  corpus="$build/corpus/$t"
+  mkdir -p "$corpus"
+  echo "=== $t: ${seconds}s ==="
+  "$build/fuzz/$t" "$corpus" "${dirs[@]}" -max_total_time="$seconds" -max_len="$maxlen" \
+    -rss_limit_mb=2048 -timeout=10 -dict=fuzz/e57.dict -print_final_stats=1 \
+    -artifact_prefix="$build/artifacts/$t-" 2>"$build/$t.log"
+  rc=$?
+  grep -E '^(stat::number_of_executed_units|stat::peak_rss_mb|Done )' "$build/$t.log" || true
+  if [ $rc -ne 0 ]; then
+    echo "fuzz.sh: $t FAILED (exit $rc); log: $build/$t.log"
+    grep -E 'ERROR|SUMMARY|#[0-9]+ 0x' "$build/$t.log" | head -30
+    failed=1
+  fi
+done
+exit $failed
