@@ -27,5 +27,7 @@ constexpr int16_t kPromptResId = 32600;
 constexpr int16_t kStringsResId = 32000;
 constexpr int16_t kPaletteResId = 32400;
 
-// The palette's identifier, "C7D4E5F6-1A2B-3C4D-8E9F-0A1B2C3D4E5F".
+// The palette's identifier, "C7D4E5F6-1A2B-3C4D-8E9F-0A1B2C3D4E5F", with its bytes
+// in the host's in-memory GUID layout (first three fields little-endian), so the
+// binding can copy them into an API_Guid as they are.
 const host::Guid& PaletteGuid();

@@ -147,18 +147,26 @@ PunktwolkenPalette::~PunktwolkenPalette()
 
 const PunktwolkenPalette::ItemHandle& PunktwolkenPalette::Item(PaletteItem id) const
 {
-    switch (id) {
-    case PaletteItem::Label1: return label1;
-    case PaletteItem::ImportButton: return importButton;
-    case PaletteItem::ImportDensityEdit: return importDensityEdit;
-    case PaletteItem::Label4: return label4;
-    case PaletteItem::DeleteButton: return deleteButton;
-    case PaletteItem::CloudList: return cloudList;
-    case PaletteItem::ReimportButton: return reimportButton;
-    case PaletteItem::EntryDensityEdit: return entryDensityEdit;
-    case PaletteItem::Label9: return label9;
+    if (const ItemHandle* handle = FindItem(id)) {
+        return *handle;
     }
     throw std::out_of_range("no such palette item");
+}
+
+const PunktwolkenPalette::ItemHandle* PunktwolkenPalette::FindItem(PaletteItem id) const
+{
+    switch (id) {
+    case PaletteItem::Label1: return &label1;
+    case PaletteItem::ImportButton: return &importButton;
+    case PaletteItem::ImportDensityEdit: return &importDensityEdit;
+    case PaletteItem::Label4: return &label4;
+    case PaletteItem::DeleteButton: return &deleteButton;
+    case PaletteItem::CloudList: return &cloudList;
+    case PaletteItem::ReimportButton: return &reimportButton;
+    case PaletteItem::EntryDensityEdit: return &entryDensityEdit;
+    case PaletteItem::Label9: return &label9;
+    }
+    return nullptr;
 }
 
 void PunktwolkenPalette::Refresh()
@@ -235,7 +243,7 @@ void PunktwolkenPalette::ButtonClicked(PaletteItem source)
     Log("ButtonClicked aufgerufen");
     char line[128];
     std::snprintf(line, sizeof line, "  src=%p  addBtn=%p  relBtn=%p  delBtn=%p",
-                  static_cast<const void*>(&Item(source)), static_cast<const void*>(&importButton),
+                  static_cast<const void*>(FindItem(source)), static_cast<const void*>(&importButton),
                   static_cast<const void*>(&reimportButton), static_cast<const void*>(&deleteButton));
     Log(line);
 

@@ -75,6 +75,7 @@ public:
 
 private:
     PunktwolkenPalette();
+    const ItemHandle* FindItem(PaletteItem id) const;   // null for an unknown item
 
     static PunktwolkenPalette* s_instance;
 

@@ -9,10 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "e57/Writer.h"
 #include "host/sim/SimulatedHost.h"
 #include "host/sim/SimulatedPaletteView.h"
-#include "import/WriteGsmViaXml.h"
 #include "main/EntryPoints.h"
 #include "main/Log.h"
 #include "palette/PunktwolkenPalette.h"
@@ -31,23 +29,6 @@ std::vector<std::string> ReadLines(const fs::path& file)
     return lines;
 }
 
-// A small E57 file with one scan of `count` points on a line.
-void WriteSmallE57(const fs::path& path, size_t count)
-{
-    std::vector<double> x(count), y(count, 0.5), z(count, 1.0);
-    for (size_t i = 0; i < count; ++i) {
-        x[i] = 0.01 * static_cast<double>(i);
-    }
-    e57::Writer writer(path.string());
-    e57::ScanHeader header;
-    header.guid = "{scan-0}";
-    header.prototype = e57::CartesianFields(e57::FieldEncoding::Double);
-    writer.BeginScan(header);
-    writer.WriteColumns(count, {{x.data(), nullptr}, {y.data(), nullptr}, {z.data(), nullptr}});
-    writer.EndScan();
-    writer.Close();
-}
-
 std::vector<host::AddPar> OurParams(const std::u16string& e57Path, double density)
 {
     return {sim::StringPar("sE57Path", e57Path), sim::IntPar("iDensityPercent", density)};
@@ -63,7 +44,6 @@ protected:
         fs::create_directories(dir_);
         logPath_ = (dir_ / "pcd_debug.log").string();
         SetLogPath(logPath_.c_str());
-        savedConverter_ = LP_XMLCONVERTER;
         host_.BindAsCurrent();
         sim::SimulatedPaletteView::InstallFactory();
     }
@@ -71,7 +51,6 @@ protected:
     void TearDown() override
     {
         PunktwolkenPalette::ResetInstanceForTesting();
-        LP_XMLCONVERTER = savedConverter_;
         SetLogPath(nullptr);
         fs::remove_all(dir_);
     }
@@ -96,22 +75,9 @@ protected:
 
     std::vector<std::string> Log() const { return ReadLines(logPath_); }
 
-    // Imports need the stand-in library part converter.
-    bool UseConverter()
-    {
-#ifdef PW_LPXMLCONVERTER
-        if (fs::exists(PW_LPXMLCONVERTER)) {
-            LP_XMLCONVERTER = PW_LPXMLCONVERTER;
-            return true;
-        }
-#endif
-        return false;
-    }
-
     sim::SimulatedHost host_;
     fs::path dir_;
     std::string logPath_;
-    const char* savedConverter_ = nullptr;
 };
 
 TEST_F(PaletteTest, NewPaletteStartsWithItsDefaults)
@@ -302,95 +268,7 @@ TEST_F(PaletteTest, SecondImportClickDuringAnImportDoesNothing)
     host_.BindAsCurrent();
 }
 
-TEST_F(PaletteTest, ImportPlacesTheFirstEntryOfItsName)
-{
-    if (!UseConverter()) {
-        GTEST_SKIP() << "stand-in library part converter not built";
-    }
-    const fs::path e57 = dir_ / "Scan.e57";
-    WriteSmallE57(e57, 200);
-    // A part of the same name that the catalogue lists before the imported one.
-    host_.LibParts().AddLibPart(u"Scan", OurParams(u"/elsewhere/Scan.e57", 50));
-
-    PunktwolkenPalette& palette = Open();
-    View().UserTypeValue(PaletteItem::ImportDensityEdit, 25);
-    host_.OpenFileDialog().QueueFile(e57);
-    ASSERT_TRUE(View().UserClick(PaletteItem::ImportButton));
-
-    EXPECT_EQ(palette.ImportDensity(), 25);
-    EXPECT_FALSE(palette.ImportBusy());
-    ASSERT_EQ(View().RowTexts(), (std::vector<std::string>{"Scan - 50%", "Scan - 25%"}));
-    ASSERT_EQ(host_.Elements().Count(), 1u);
-    EXPECT_EQ(host_.Elements().Objects()[0].element.libInd, palette.Entries()[0].libIdx);
-    EXPECT_EQ(host_.ReportWindow().Last(), "\"Scan\" importiert (25% der Punkte).");
-}
-
-TEST_F(PaletteTest, ImportWhoseNameTheCatalogueDoesNotListPlacesNothing)
-{
-    if (!UseConverter()) {
-        GTEST_SKIP() << "stand-in library part converter not built";
-    }
-    // The catalogue narrows the part's name to 8 bits per character, so the
-    // name that the import returns no longer matches.
-    const fs::path e57 = dir_ / "H\xC3\xB6hle.e57";
-    WriteSmallE57(e57, 50);
-    Open();
-    host_.OpenFileDialog().QueueFile(e57);
-    ASSERT_TRUE(View().UserClick(PaletteItem::ImportButton));
-
-    EXPECT_EQ(host_.ReportWindow().Last(), "\"H\xC3\xB6hle\" importiert (10% der Punkte).");
-    ASSERT_EQ(View().RowTexts().size(), 1u) << "the list is refreshed";
-    EXPECT_EQ(host_.Elements().Count(), 0u);
-    EXPECT_FALSE(PunktwolkenPalette::Existing()->ImportBusy());
-}
-
-TEST_F(PaletteTest, ReimportPatchesItsRowAndDeletionAsksFirst)
-{
-    if (!UseConverter()) {
-        GTEST_SKIP() << "stand-in library part converter not built";
-    }
-    const fs::path e57 = dir_ / "Halle.e57";
-    WriteSmallE57(e57, 100);
-    host_.LibParts().AddLibPart(u"Anderes", OurParams(u"/scans/Anderes.e57", 7));
-    PunktwolkenPalette& palette = Open();
-    host_.OpenFileDialog().QueueFile(e57);
-    ASSERT_TRUE(View().UserClick(PaletteItem::ImportButton));
-    ASSERT_EQ(View().RowTexts(), (std::vector<std::string>{"Anderes - 7%", "Halle - 10%"}));
-
-    // A successful re-import changes that row only, in place, selection kept.
-    ASSERT_TRUE(View().UserSelectRow(2));
-    ASSERT_TRUE(View().UserTypeValue(PaletteItem::EntryDensityEdit, 50));
-    ASSERT_TRUE(View().UserClick(PaletteItem::ReimportButton));
-    EXPECT_EQ(View().RowTexts(), (std::vector<std::string>{"Anderes - 7%", "Halle - 50%"}));
-    EXPECT_EQ(View().SelectedRow(), 2);
-    EXPECT_EQ(palette.Entries()[1].densityPercent, 50);
-    EXPECT_EQ(View().GetEditValue(PaletteItem::EntryDensityEdit), 50);
-    EXPECT_TRUE(FooterEnabled());
-
-    // A failed re-import (its E57 file is gone) changes nothing.
-    ASSERT_TRUE(View().UserSelectRow(1));
-    ASSERT_TRUE(View().UserTypeValue(PaletteItem::EntryDensityEdit, 30));
-    ASSERT_TRUE(View().UserClick(PaletteItem::ReimportButton));
-    EXPECT_EQ(View().RowTexts(), (std::vector<std::string>{"Anderes - 7%", "Halle - 50%"}));
-    EXPECT_EQ(View().SelectedRow(), 1);
-    EXPECT_EQ(palette.Entries()[0].densityPercent, 7);
-
-    // Declined deletion: list and selection as they were.
-    ASSERT_TRUE(View().UserSelectRow(2));
-    host_.AlertDialog().QueueAnswer(2);
-    ASSERT_TRUE(View().UserClick(PaletteItem::DeleteButton));
-    EXPECT_EQ(View().RowTexts(), (std::vector<std::string>{"Anderes - 7%", "Halle - 50%"}));
-    EXPECT_EQ(View().SelectedRow(), 2);
-    EXPECT_EQ(host_.Elements().Count(), 1u);
-
-    // Confirmed: the refreshed list no longer holds it.
-    host_.AlertDialog().QueueAnswer(1);
-    ASSERT_TRUE(View().UserClick(PaletteItem::DeleteButton));
-    EXPECT_EQ(host_.Elements().Count(), 0u);
-    host_.LoadLibraries();
-    palette.Refresh();
-    EXPECT_EQ(View().RowTexts(), std::vector<std::string>{"Anderes - 7%"});
-    EXPECT_FALSE(FooterEnabled());
-}
+// Imports that place the first entry of a name, re-imports, deletions and failed
+// imports are covered end to end by the session scenarios in tests/main/sessions/.
 
 }  // namespace
