@@ -293,6 +293,17 @@ std::vector<WriterField> ColorFields(int64_t maximum)
             WriterField::Integer("colorBlue", 0, maximum)};
 }
 
+void AddColorFields(ScanHeader& header, int64_t maximum, bool withInvalidFlag)
+{
+    for (const WriterField& f : ColorFields(maximum))
+        header.prototype.push_back(f);
+    if (withInvalidFlag)
+        header.prototype.push_back(WriterField::Integer("isColorInvalid", 0, 1));
+    header.hasColorLimits = true;
+    const double m = double(maximum);
+    header.colorLimits = {0, m, 0, m, 0, m};
+}
+
 // ---------------------------------------------------------------------------
 
 struct Writer::Impl {

@@ -6,7 +6,7 @@
 //   e57::ScanHeader h;
 //   h.guid = "{scan-0}";
 //   h.prototype = e57::CartesianFields(e57::FieldEncoding::Double);
-//   h.prototype.push_back(e57::WriterField::Integer("colorRed", 0, 255));  // ... green, blue
+//   e57::AddColorFields(h, 255);                       // colorRed/Green/Blue 0..255 + colorLimits
 //   w.BeginScan(h);
 //   w.WriteColumns(n, {{x}, {y}, {z}, {nullptr, red}, ...});   // as often as needed
 //   w.EndScan();
@@ -63,6 +63,11 @@ std::vector<WriterField> CartesianFields(FieldEncoding encoding, double scale = 
 std::vector<WriterField> SphericalFields(FieldEncoding encoding);
 // colorRed/Green/Blue as Integer 0..maximum (255 or 65535).
 std::vector<WriterField> ColorFields(int64_t maximum);
+
+struct ScanHeader;
+// Appends colorRed/Green/Blue as Integer 0..maximum (and isColorInvalid 0..1
+// when asked) to the header's prototype and sets its colorLimits to 0..maximum.
+void AddColorFields(ScanHeader& header, int64_t maximum, bool withInvalidFlag = false);
 
 struct ScanHeader {
     std::string guid;         // written even when empty

@@ -241,15 +241,8 @@ SynthResult WriteSyntheticScan(const std::string& path, const SynthOptions& opti
         }
         if (kind == 1)
             h.prototype.push_back(e57::WriterField::Integer("cartesianInvalidState", 0, 2));
-        if (colour) {
-            const int64_t maximum = colour16 ? 65535 : 255;
-            for (const e57::WriterField& f : e57::ColorFields(maximum))
-                h.prototype.push_back(f);
-            h.hasColorLimits = true;
-            h.colorLimits = {0, double(maximum), 0, double(maximum), 0, double(maximum)};
-            if (colourInvalid)
-                h.prototype.push_back(e57::WriterField::Integer("isColorInvalid", 0, 1));
-        }
+        if (colour)
+            e57::AddColorFields(h, colour16 ? 65535 : 255, colourInvalid);
         if (kind == 0) {
             h.prototype.push_back(e57::WriterField::Integer("intensity", 0, 2047));
             h.hasIntensityLimits = true;

@@ -350,9 +350,7 @@ TEST(WriterRoundTrip, WritePointsFromStandardBuffers)
         e57::ScanHeader h;
         h.guid = "spherical";
         h.prototype = e57::SphericalFields(e57::FieldEncoding::Double);
-        for (const e57::WriterField& f : e57::ColorFields(65535))
-            h.prototype.push_back(f);
-        h.prototype.push_back(e57::WriterField::Integer("isColorInvalid", 0, 1));
+        e57::AddColorFields(h, 65535, true);
         w.BeginScan(h);
         e57::Data3DPointsData_d b;
         b.sphericalRange = r.data();
@@ -384,6 +382,8 @@ TEST(WriterRoundTrip, WritePointsFromStandardBuffers)
     EXPECT_TRUE(d.pointFields.sphericalRangeField);
     EXPECT_FALSE(d.pointFields.cartesianXField);
     EXPECT_FALSE(d.hasCartesianBounds);
+    EXPECT_EQ(d.colorLimits.colorBlueMaximum, 65535);
+    EXPECT_TRUE(d.pointFields.isColorInvalidField);
     std::vector<double> r2(n), az2(n), el2(n);
     std::vector<uint16_t> red2(n), green2(n), blue2(n);
     std::vector<int8_t> invalid2(n);
