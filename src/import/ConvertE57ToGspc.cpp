@@ -33,6 +33,11 @@ struct Buffers {
     std::vector<int8_t> colourInvalid = std::vector<int8_t>(kBlockSize, 0);
     // Only for scans that store spherical coordinates alone; allocated on first use.
     std::vector<double> range, azimuth, elevation;
+    // Kept points of one block, posed, handed to the writer together.
+    std::vector<float> keptX = std::vector<float>(kBlockSize);
+    std::vector<float> keptY = std::vector<float>(kBlockSize);
+    std::vector<float> keptZ = std::vector<float>(kBlockSize);
+    std::vector<unsigned char> keptRgb = std::vector<unsigned char>(kBlockSize * 3);
 };
 
 bool IsSphericalOnly(const e57::PointStandardizedFieldsAvailable& f)
@@ -59,6 +64,81 @@ inline unsigned char Saturate8(uint16_t v)
     return static_cast<unsigned char>(v > 255 ? 255 : v);
 }
 
+// The pose formula: rotation by the quaternion (w, a, b, c) as stored, then the
+// translation. Every caller goes through here so that all results are the same.
+inline void PoseFormula(double w, double a, double b, double c, double tx, double ty, double tz, double x,
+                        double y, double z, double& xOut, double& yOut, double& zOut)
+{
+    const double t1 = b * z - c * y;
+    const double t2 = c * x - a * z;
+    const double t3 = a * y - b * x;
+    const double u1 = w * t1 + (b * t3 - c * t2);
+    const double u2 = w * t2 + (c * t1 - a * t3);
+    const double u3 = w * t3 + (a * t2 - b * t1);
+    xOut = 2.0 * u1 + x + tx;
+    yOut = 2.0 * u2 + y + ty;
+    zOut = 2.0 * u3 + z + tz;
+}
+
+// Spherical coordinates of the kept points into the x, y, z buffers.
+void SphericalToCartesian(Buffers& b, size_t first, size_t stride, size_t m)
+{
+    for (size_t k = 0, j = first; k < m; ++k, j += stride) {
+        const double r = b.range[j];
+        const double el = b.elevation[j];
+        const double az = b.azimuth[j];
+        const double rc = r * std::cos(el);
+        b.x[j] = rc * std::cos(az);
+        b.y[j] = rc * std::sin(az);
+        b.z[j] = r * std::sin(el);
+    }
+}
+
+// The pose formula of ApplyPose over the kept points, written as a plain loop
+// over arrays so that the compiler can use vector registers: every lane does
+// the same IEEE operations in the same order, so the results are identical.
+void PoseBlock(const e57::RigidBodyTransform& pose, Buffers& b, size_t first, size_t stride, size_t m)
+{
+    const double w = pose.rotation.w, qa = pose.rotation.x, qb = pose.rotation.y, qc = pose.rotation.z;
+    const double tx = pose.translation.x, ty = pose.translation.y, tz = pose.translation.z;
+    float* __restrict outX = b.keptX.data();
+    float* __restrict outY = b.keptY.data();
+    float* __restrict outZ = b.keptZ.data();
+    auto one = [&](size_t k, double x, double y, double z) {
+        double xo, yo, zo;
+        PoseFormula(w, qa, qb, qc, tx, ty, tz, x, y, z, xo, yo, zo);
+        outX[k] = static_cast<float>(xo);
+        outY[k] = static_cast<float>(yo);
+        outZ[k] = static_cast<float>(zo);
+    };
+    if (stride == 1) {
+        const double* __restrict xs = b.x.data() + first;
+        const double* __restrict ys = b.y.data() + first;
+        const double* __restrict zs = b.z.data() + first;
+        for (size_t k = 0; k < m; ++k)
+            one(k, xs[k], ys[k], zs[k]);
+    } else {
+        for (size_t k = 0, j = first; k < m; ++k, j += stride)
+            one(k, b.x[j], b.y[j], b.z[j]);
+    }
+}
+
+// Colour of the kept points: min(value, 255) when valid, light grey otherwise.
+void ColourBlock(bool hasColour, Buffers& b, size_t first, size_t stride, size_t m)
+{
+    unsigned char* out = b.keptRgb.data();
+    if (!hasColour) {
+        std::fill(out, out + 3 * m, static_cast<unsigned char>(200));
+        return;
+    }
+    for (size_t k = 0, j = first; k < m; ++k, j += stride) {
+        const bool valid = b.colourInvalid[j] == 0;
+        out[3 * k] = valid ? Saturate8(b.red[j]) : 200;
+        out[3 * k + 1] = valid ? Saturate8(b.green[j]) : 200;
+        out[3 * k + 2] = valid ? Saturate8(b.blue[j]) : 200;
+    }
+}
+
 }  // namespace
 
 int32_t DensityStep(int32_t densityPercent)
@@ -71,19 +151,8 @@ int32_t DensityStep(int32_t densityPercent)
 void ApplyPose(const e57::RigidBodyTransform& pose, double x, double y, double z,
                double& xOut, double& yOut, double& zOut)
 {
-    const double w = pose.rotation.w;
-    const double a = pose.rotation.x;
-    const double b = pose.rotation.y;
-    const double c = pose.rotation.z;
-    const double tx = b * z - c * y;
-    const double ty = c * x - a * z;
-    const double tz = a * y - b * x;
-    const double ux = w * tx + (b * tz - c * ty);
-    const double uy = w * ty + (c * tx - a * tz);
-    const double uz = w * tz + (a * ty - b * tx);
-    xOut = 2.0 * ux + x + pose.translation.x;
-    yOut = 2.0 * uy + y + pose.translation.y;
-    zOut = 2.0 * uz + z + pose.translation.z;
+    PoseFormula(pose.rotation.w, pose.rotation.x, pose.rotation.y, pose.rotation.z, pose.translation.x,
+                pose.translation.y, pose.translation.z, x, y, z, xOut, yOut, zOut);
 }
 
 ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWriter& writer,
@@ -164,53 +233,47 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
             if (n > kBlockSize)
                 throw e57::E57Exception("block reader returned more points than its buffers hold");
 
-            // First j whose point index is a multiple of the step.
+            // The points of this block to keep: j = first, first + step, ... (m of them),
+            // so that the point index (counted across scans) is a multiple of the step.
             const int64_t phase = pointIndex % step;
-            size_t j = phase == 0 ? 0 : static_cast<size_t>(step - phase);
+            const size_t first = phase == 0 ? 0 : static_cast<size_t>(step - phase);
+            const size_t stride = static_cast<size_t>(step);
+            const size_t m = first < n ? (n - 1 - first) / stride + 1 : 0;
+
+            if (spherical)
+                SphericalToCartesian(buf, first, stride, m);
+            PoseBlock(pose, buf, first, stride, m);
+            ColourBlock(hasColour, buf, first, stride, m);
+
+            // Progress calls fall on every updateEvery-th kept point. A cancel keeps
+            // the points up to and including the one of that call, drops the rest
+            // of the block and leaves the point index at that point.
+            const int64_t keptBefore = kept;
+            size_t take = m;
+            size_t counted = 0;
             bool leftBlock = false;
-            for (; j < n; j += static_cast<size_t>(step)) {
-                double px, py, pz;
-                if (spherical) {
-                    const double r = buf.range[j];
-                    const double el = buf.elevation[j];
-                    const double az = buf.azimuth[j];
-                    const double rc = r * std::cos(el);
-                    px = rc * std::cos(az);
-                    py = rc * std::sin(az);
-                    pz = r * std::sin(el);
-                } else {
-                    px = buf.x[j];
-                    py = buf.y[j];
-                    pz = buf.z[j];
-                }
-                double xo, yo, zo;
-                ApplyPose(pose, px, py, pz, xo, yo, zo);
-
-                unsigned char r = 200, g = 200, b = 200;
-                if (hasColour && buf.colourInvalid[j] == 0) {
-                    r = Saturate8(buf.red[j]);
-                    g = Saturate8(buf.green[j]);
-                    b = Saturate8(buf.blue[j]);
-                }
-                writer.Write(static_cast<float>(xo), static_cast<float>(yo), static_cast<float>(zo), r, g, b);
-                ++kept;
-
-                if (--untilUpdate == 0) {
-                    untilUpdate = updateEvery;
-                    processWindow.SetValue(static_cast<int32_t>(std::min<int64_t>(kept, progressMax)));
-                    bool askCancel = false;
-                    processWindow.IsCanceled(askCancel);
-                    if (askCancel) {
-                        // The rest of this block is dropped; the point index stays at this point.
-                        cancelled = true;
-                        pointIndex += static_cast<int64_t>(j);
-                        leftBlock = true;
-                        break;
-                    }
+            while (m - counted >= static_cast<size_t>(untilUpdate)) {
+                const size_t k = counted + static_cast<size_t>(untilUpdate) - 1;
+                counted = k + 1;
+                untilUpdate = updateEvery;
+                const int64_t keptNow = keptBefore + static_cast<int64_t>(k) + 1;
+                processWindow.SetValue(static_cast<int32_t>(std::min<int64_t>(keptNow, progressMax)));
+                bool askCancel = false;
+                processWindow.IsCanceled(askCancel);
+                if (askCancel) {
+                    cancelled = true;
+                    take = k + 1;
+                    pointIndex += static_cast<int64_t>(first + k * stride);
+                    leftBlock = true;
+                    break;
                 }
             }
-            if (!leftBlock)
+            if (!leftBlock) {
+                untilUpdate -= static_cast<int32_t>(m - counted);
                 pointIndex += n;
+            }
+            kept = keptBefore + static_cast<int64_t>(take);
+            writer.Write(buf.keptX.data(), buf.keptY.data(), buf.keptZ.data(), buf.keptRgb.data(), take);
         }
         block.close();
     }

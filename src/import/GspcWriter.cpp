@@ -21,9 +21,13 @@ inline void PutU32(unsigned char* p, uint32_t v)
 
 inline void PutF32(unsigned char* p, float f)
 {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    std::memcpy(p, &f, sizeof f);   // already the file's byte order
+#else
     uint32_t bits;
     std::memcpy(&bits, &f, sizeof bits);
     PutU32(p, bits);
+#endif
 }
 
 }  // namespace
@@ -54,34 +58,58 @@ bool GspcWriter::Open(const char* path)
 
 void GspcWriter::Write(float x, float y, float z, unsigned char r, unsigned char g, unsigned char b)
 {
-    if (firstPoint_) {
-        bounds_[0] = bounds_[1] = x;
-        bounds_[2] = bounds_[3] = y;
-        bounds_[4] = bounds_[5] = z;
-        firstPoint_ = false;
-    } else {
-        // Strict comparisons: a NaN never replaces a bound.
-        if (bounds_[0] > x) bounds_[0] = x;
-        if (x > bounds_[1]) bounds_[1] = x;
-        if (bounds_[2] > y) bounds_[2] = y;
-        if (y > bounds_[3]) bounds_[3] = y;
-        if (bounds_[4] > z) bounds_[4] = z;
-        if (z > bounds_[5]) bounds_[5] = z;
-    }
+    const unsigned char rgb[3] = {r, g, b};
+    Write(&x, &y, &z, rgb, 1);
+}
 
-    if (used_ + kRecordSize > buffer_.size()) {
-        if (buffer_.size() < kBufferBytes)
-            buffer_.resize(kBufferBytes);   // Write before Open: keep memory safe, the bytes go nowhere
-        Flush();
+void GspcWriter::Write(const float* x, const float* y, const float* z, const unsigned char* rgb, size_t count)
+{
+    if (count == 0)
+        return;
+    if (buffer_.size() < kBufferBytes)
+        buffer_.resize(kBufferBytes);   // also when called before Open: memory stays safe, the bytes go nowhere
+    if (firstPoint_) {
+        bounds_[0] = bounds_[1] = x[0];
+        bounds_[2] = bounds_[3] = y[0];
+        bounds_[4] = bounds_[5] = z[0];
+        firstPoint_ = false;
     }
-    unsigned char* p = buffer_.data() + used_;
-    PutF32(p, x);
-    PutF32(p + 4, y);
-    PutF32(p + 8, z);
-    p[12] = r;
-    p[13] = g;
-    p[14] = b;
-    used_ += kRecordSize;
+    // The bounds live in registers for the loop. "min > v ? v : min" is the
+    // strict test of one point after the other: a NaN never replaces a bound,
+    // and of equal values (such as -0 and +0) the first one stays.
+    float minX = bounds_[0], maxX = bounds_[1], minY = bounds_[2], maxY = bounds_[3], minZ = bounds_[4],
+          maxZ = bounds_[5];
+    size_t done = 0;
+    while (done < count) {
+        if (used_ + kRecordSize > buffer_.size())
+            Flush();
+        const size_t room = (buffer_.size() - used_) / kRecordSize;
+        const size_t end = done + (count - done < room ? count - done : room);
+        unsigned char* p = buffer_.data() + used_;
+        for (size_t i = done; i < end; ++i, p += kRecordSize) {
+            const float xi = x[i], yi = y[i], zi = z[i];
+            minX = minX > xi ? xi : minX;
+            maxX = xi > maxX ? xi : maxX;
+            minY = minY > yi ? yi : minY;
+            maxY = yi > maxY ? yi : maxY;
+            minZ = minZ > zi ? zi : minZ;
+            maxZ = zi > maxZ ? zi : maxZ;
+            PutF32(p, xi);
+            PutF32(p + 4, yi);
+            PutF32(p + 8, zi);
+            p[12] = rgb[3 * i];
+            p[13] = rgb[3 * i + 1];
+            p[14] = rgb[3 * i + 2];
+        }
+        used_ += (end - done) * kRecordSize;
+        done = end;
+    }
+    bounds_[0] = minX;
+    bounds_[1] = maxX;
+    bounds_[2] = minY;
+    bounds_[3] = maxY;
+    bounds_[4] = minZ;
+    bounds_[5] = maxZ;
 }
 
 void GspcWriter::Flush()

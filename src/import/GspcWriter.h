@@ -17,6 +17,9 @@ public:
 
     bool Open(const char* path);
     void Write(float x, float y, float z, unsigned char r, unsigned char g, unsigned char b);
+    // `count` points at once from the arrays x, y, z and rgb (r, g, b per point).
+    // Same bytes and bounds as calling Write for each point in order.
+    void Write(const float* x, const float* y, const float* z, const unsigned char* rgb, size_t count);
     bool Close();
 
     float MinX() const { return bounds_[0]; }

@@ -192,3 +192,46 @@ TEST(GspcWriter, OpenTruncatesAnExistingFile)
     EXPECT_EQ(ReadAll(path).size(), 47u);
     std::remove(path.c_str());
 }
+
+TEST(GspcWriter, BlockWriteGivesTheSameBytesAsSingleWrites)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    // Signed zeros: of equal values the first one seen stays in the bounds.
+    std::vector<float> x = {nan, -0.0f, 0.0f, 3.0f, -2.0f, nan};
+    std::vector<float> y = {-0.0f, 0.0f, -0.0f, nan, 1.0f, 2.0f};
+    std::vector<float> z = {0.0f, -0.0f, 5.0f, -5.0f, nan, 0.0f};
+    for (int i = 0; i < 100000; ++i) {   // cross the internal block more than once
+        x.push_back(float(i % 977) - 400.0f);
+        y.push_back(float(i % 13));
+        z.push_back(-float(i % 101));
+    }
+    std::vector<unsigned char> rgb;
+    for (size_t i = 0; i < x.size() * 3; ++i)
+        rgb.push_back(static_cast<unsigned char>(i * 7));
+
+    const std::string single = TempPath("single.gspc"), block = TempPath("block.gspc");
+    GspcWriter a;
+    ASSERT_TRUE(a.Open(single.c_str()));
+    for (size_t i = 0; i < x.size(); ++i)
+        a.Write(x[i], y[i], z[i], rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]);
+    ASSERT_TRUE(a.Close());
+
+    GspcWriter b;
+    ASSERT_TRUE(b.Open(block.c_str()));
+    b.Write(x.data(), y.data(), z.data(), rgb.data(), 0);
+    b.Write(x.data(), y.data(), z.data(), rgb.data(), 2);
+    b.Write(x.data() + 2, y.data() + 2, z.data() + 2, rgb.data() + 6, x.size() - 2);
+    ASSERT_TRUE(b.Close());
+
+    const auto da = ReadAll(single), db = ReadAll(block);
+    ASSERT_EQ(da.size(), 32 + 15 * x.size());
+    EXPECT_TRUE(da == db);
+    const auto bounds = HeaderBounds(da);
+    EXPECT_TRUE(std::isnan(bounds[0]) && std::isnan(bounds[1]));
+    EXPECT_TRUE(std::signbit(bounds[2])) << "min Y stays the first -0";
+    EXPECT_TRUE(std::signbit(bounds[3]) == false && bounds[3] == 12.0f);
+    EXPECT_EQ(bounds[4], -100.0f);
+    EXPECT_EQ(bounds[5], 5.0f);
+    std::remove(single.c_str());
+    std::remove(block.c_str());
+}
