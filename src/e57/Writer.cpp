@@ -337,6 +337,7 @@ struct Writer::Impl {
     uint64_t capacityBits = 0;   // stream bytes one packet can carry, in bits
     uint64_t dataPackets = 0;
     std::vector<uint8_t> packet;
+    std::vector<size_t> packetSizes;
     double boundsMin[3] = {0, 0, 0};
     double boundsMax[3] = {0, 0, 0};
     std::vector<float> floatScratch;
@@ -399,19 +400,23 @@ struct Writer::Impl {
         return bits;
     }
 
-    void EmitPacket(bool final)
+    void EmitPacket(bool final, bool lagFirstStream = false)
     {
         if (options.writeEmptyPackets && dataPackets > 0) {
             const uint8_t empty[8] = {2, 0, 7, 0, 0, 0, 0, 0};
             file.Append(empty, sizeof empty);
         }
         size_t payload = 0;
-        for (Field& f : fields) {
+        std::vector<size_t>& sizes = packetSizes;
+        sizes.resize(fields.size());
+        for (size_t i = 0; i < fields.size(); ++i) {
+            BitpackEncoder& e = fields[i].encoder;
             if (final)
-                f.encoder.Finish();
+                e.Finish();
             else
-                f.encoder.FlushCompleteBytes();
-            payload += f.encoder.Size();
+                e.FlushCompleteBytes();
+            sizes[i] = i == 0 && lagFirstStream ? e.Size() / 2 : e.Size();
+            payload += sizes[i];
         }
         const size_t headerBytes = 6 + 2 * fields.size();
         const size_t length = (headerBytes + payload + 3) / 4 * 4;
@@ -422,11 +427,11 @@ struct Writer::Impl {
         size_t pos = headerBytes;
         for (size_t i = 0; i < fields.size(); ++i) {
             BitpackEncoder& e = fields[i].encoder;
-            StoreLe(&packet[6 + 2 * i], e.Size(), 2);
-            if (e.Size() > 0)
-                std::memcpy(&packet[pos], e.Data(), e.Size());
-            pos += e.Size();
-            e.Consume(e.Size());
+            StoreLe(&packet[6 + 2 * i], sizes[i], 2);
+            if (sizes[i] > 0)
+                std::memcpy(&packet[pos], e.Data(), sizes[i]);
+            pos += sizes[i];
+            e.Consume(sizes[i]);
         }
         file.Append(packet.data(), packet.size());
         ++dataPackets;
@@ -530,15 +535,19 @@ struct Writer::Impl {
                 throw E57Exception("WriteColumns: field " + fields[i].desc.name + " needs exactly one value array");
         }
         size_t done = 0;
+        bool emittedWithoutProgress = false;
         while (done < count) {
             size_t k = count - done;
             if (recordBits > 0) {
                 const uint64_t pending = PendingBits();
                 const uint64_t fit = pending + recordBits <= capacityBits ? (capacityBits - pending) / recordBits : 0;
                 if (fit == 0) {
-                    EmitPacket(false);
+                    // A lagging stream may leave too little room: then send everything.
+                    EmitPacket(false, options.unevenStreams && !emittedWithoutProgress);
+                    emittedWithoutProgress = true;
                     continue;
                 }
+                emittedWithoutProgress = false;
                 if (fit < k)
                     k = size_t(fit);
             }

@@ -104,6 +104,10 @@ struct WriterOptions {
     bool writeIndexPacket = false;
     // Puts an empty packet (type 2) after every data packet but the last.
     bool writeEmptyPackets = false;
+    // Lets the first prototype field's stream lag behind the others: full
+    // packets carry only half of its pending bytes, so packets do not hold the
+    // same records for every field (readers must cope with that).
+    bool unevenStreams = false;
     // Extension namespaces declared on the root: {prefix, uri}.
     std::vector<std::pair<std::string, std::string>> namespaces;
 };

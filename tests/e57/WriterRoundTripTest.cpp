@@ -303,6 +303,7 @@ TEST(WriterRoundTrip, RandomScansReadBackBitForBit)
         options.maxPacketBytes = round % 3 == 0 ? 65536 : (round % 3 == 1 ? 4096 : 256);
         options.writeIndexPacket = round % 2 == 0;
         options.writeEmptyPackets = round % 4 == 1;
+        options.unevenStreams = round % 5 >= 3;
         std::vector<Scan> scans;
         const int scanCount = 1 + int(gen.Below(4));
         for (int i = 0; i < scanCount; ++i)

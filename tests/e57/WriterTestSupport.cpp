@@ -64,6 +64,8 @@ SectionStreams DecodeSection(const std::vector<uint8_t>& logical, uint64_t fileO
             size_t at = 6 + 2 * n;
             for (size_t i = 0; i < n && i < streams.size(); ++i) {
                 const size_t len = LittleEndian(p + 6 + 2 * i, 2);
+                if (result.dataPackets == 1)
+                    result.firstPacketLengths.push_back(len);
                 streams[i].insert(streams[i].end(), p + at, p + at + len);
                 at += len;
             }

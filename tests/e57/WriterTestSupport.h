@@ -20,6 +20,7 @@ struct SectionStreams {
     unsigned dataPackets = 0;
     unsigned otherPackets = 0;  // index and empty packets
     unsigned largestPacket = 0;
+    std::vector<size_t> firstPacketLengths;  // stream bytes in the first data packet
 };
 
 // Walks the packets of the section at physical `fileOffset` and unpacks
