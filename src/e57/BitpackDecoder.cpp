@@ -118,10 +118,9 @@ inline void ForEachRaw(const uint8_t* data, uint64_t pos, unsigned b, size_t n, 
 // Integer field into the buffer type; `Saturate` is false when the field's
 // limits fit the type, which lets the plain loops vectorise.
 template <typename Dst, bool Saturate>
-void DecodeInteger(FieldDecoder& d, size_t n, size_t outIndex)
+void DecodeInteger(const FieldDescription& f, const uint8_t* data, uint64_t pos, size_t n, void* outPtr)
 {
-    Dst* out = static_cast<Dst*>(d.Out()) + outIndex;
-    const FieldDescription& f = d.Field();
+    Dst* out = static_cast<Dst*>(outPtr);
     const uint64_t minimum = static_cast<uint64_t>(f.minimum);
     if (f.bitWidth == 0) {
         const Dst v = FromInt<Dst>(f.minimum);
@@ -130,20 +129,18 @@ void DecodeInteger(FieldDecoder& d, size_t n, size_t outIndex)
         return;
     }
     if constexpr (Saturate) {
-        ForEachRaw(d.Data(), d.BitPos(), f.bitWidth, n, out,
+        ForEachRaw(data, pos, f.bitWidth, n, out,
                    [minimum](uint64_t raw) { return FromInt<Dst>(static_cast<int64_t>(minimum + raw)); });
     } else {
-        ForEachRaw(d.Data(), d.BitPos(), f.bitWidth, n, out,
+        ForEachRaw(data, pos, f.bitWidth, n, out,
                    [minimum](uint64_t raw) { return static_cast<Dst>(static_cast<int64_t>(minimum + raw)); });
     }
-    d.Consume(uint64_t(n) * f.bitWidth);
 }
 
 template <typename Dst>
-void DecodeScaled(FieldDecoder& d, size_t n, size_t outIndex)
+void DecodeScaled(const FieldDescription& f, const uint8_t* data, uint64_t pos, size_t n, void* outPtr)
 {
-    Dst* out = static_cast<Dst*>(d.Out()) + outIndex;
-    const FieldDescription& f = d.Field();
+    Dst* out = static_cast<Dst*>(outPtr);
     const uint64_t minimum = static_cast<uint64_t>(f.minimum);
     const double scale = f.scale;
     const double offset = f.offset;
@@ -156,36 +153,33 @@ void DecodeScaled(FieldDecoder& d, size_t n, size_t outIndex)
             out[i] = v;
         return;
     }
-    ForEachRaw(d.Data(), d.BitPos(), f.bitWidth, n, out, conv);
-    d.Consume(uint64_t(n) * f.bitWidth);
+    ForEachRaw(data, pos, f.bitWidth, n, out, conv);
 }
 
 template <typename Dst>
-void DecodeFloat(FieldDecoder& d, size_t n, size_t outIndex)
+void DecodeFloat(const FieldDescription&, const uint8_t* data, uint64_t pos, size_t n, void* outPtr)
 {
-    Dst* out = static_cast<Dst*>(d.Out()) + outIndex;
-    const uint8_t* p = d.Data() + (d.BitPos() >> 3);
+    Dst* out = static_cast<Dst*>(outPtr);
+    const uint8_t* p = data + (pos >> 3);
     if constexpr (std::is_same_v<Dst, float>) {
         std::memcpy(out, p, n * sizeof(float));
     } else {
         for (size_t i = 0; i < n; ++i)
             out[i] = FromDouble<Dst>(Load<float>(p + 4 * i));
     }
-    d.Consume(uint64_t(n) * 32);
 }
 
 template <typename Dst>
-void DecodeDouble(FieldDecoder& d, size_t n, size_t outIndex)
+void DecodeDouble(const FieldDescription&, const uint8_t* data, uint64_t pos, size_t n, void* outPtr)
 {
-    Dst* out = static_cast<Dst*>(d.Out()) + outIndex;
-    const uint8_t* p = d.Data() + (d.BitPos() >> 3);
+    Dst* out = static_cast<Dst*>(outPtr);
+    const uint8_t* p = data + (pos >> 3);
     if constexpr (std::is_same_v<Dst, double>) {
         std::memcpy(out, p, n * sizeof(double));
     } else {
         for (size_t i = 0; i < n; ++i)
             out[i] = FromDouble<Dst>(Load<double>(p + 8 * i));
     }
-    d.Consume(uint64_t(n) * 64);
 }
 
 template <typename Dst>
@@ -212,26 +206,18 @@ FieldDecoder::DecodeFn PickDecoder(const FieldDescription& f)
 
 }  // namespace
 
-FieldDecoder::FieldDecoder(const FieldDescription& field, size_t streamIndex, float* out)
-    : field_(field), streamIndex_(streamIndex), out_(out), decode_(PickDecoder<float>(field))
-{
-}
-FieldDecoder::FieldDecoder(const FieldDescription& field, size_t streamIndex, double* out)
-    : field_(field), streamIndex_(streamIndex), out_(out), decode_(PickDecoder<double>(field))
-{
-}
-FieldDecoder::FieldDecoder(const FieldDescription& field, size_t streamIndex, int8_t* out)
-    : field_(field), streamIndex_(streamIndex), out_(out), decode_(PickDecoder<int8_t>(field))
-{
-}
-FieldDecoder::FieldDecoder(const FieldDescription& field, size_t streamIndex, uint16_t* out)
-    : field_(field), streamIndex_(streamIndex), out_(out), decode_(PickDecoder<uint16_t>(field))
-{
-}
-FieldDecoder::FieldDecoder(const FieldDescription& field, size_t streamIndex, int32_t* out)
-    : field_(field), streamIndex_(streamIndex), out_(out), decode_(PickDecoder<int32_t>(field))
-{
-}
+#define PW_FIELD_DECODER_CTOR(T)                                                                          \
+    FieldDecoder::FieldDecoder(const FieldDescription& field, size_t streamIndex, T* out)                  \
+        : field_(field), streamIndex_(streamIndex), out_(out), outSize_(sizeof(T)),                        \
+          decode_(PickDecoder<T>(field))                                                                   \
+    {                                                                                                       \
+    }
+PW_FIELD_DECODER_CTOR(float)
+PW_FIELD_DECODER_CTOR(double)
+PW_FIELD_DECODER_CTOR(int8_t)
+PW_FIELD_DECODER_CTOR(uint16_t)
+PW_FIELD_DECODER_CTOR(int32_t)
+#undef PW_FIELD_DECODER_CTOR
 
 void FieldDecoder::Compact()
 {
@@ -243,30 +229,95 @@ void FieldDecoder::Compact()
     bitPos_ -= uint64_t(drop) * 8;
 }
 
-void FieldDecoder::Append(const uint8_t* data, size_t size)
+void FieldDecoder::Reserve(size_t extra)
 {
-    if (size == 0)
-        return;
     // Move the unread tail to the front once at least half of the queue is
     // consumed, so that a field running ahead is not moved again and again.
-    if (bitPos_ / 8 >= PendingBytes())
+    if (bitPos_ / 8 >= end_ - bitPos_ / 8)
         Compact();
-    if (buf_.size() < end_ + size + kSlack) {
+    if (buf_.size() < end_ + extra + kSlack) {
         Compact();
-        if (buf_.size() < end_ + size + kSlack)
-            buf_.resize(std::max(end_ + size + kSlack, buf_.size() * 2));
+        if (buf_.size() < end_ + extra + kSlack)
+            buf_.resize(std::max(end_ + extra + kSlack, buf_.size() * 2));
     }
+}
+
+void FieldDecoder::Append(const uint8_t* data, size_t size)
+{
+    Detach();
+    if (size == 0)
+        return;
+    Reserve(size);
     std::memcpy(buf_.data() + end_, data, size);
     end_ += size;
 }
 
-uint64_t FieldDecoder::Available(uint64_t want)
+void FieldDecoder::Attach(const uint8_t* data, size_t size)
+{
+    Detach();
+    // Short pieces are simply copied; longer ones stay where they are, with
+    // their first bytes copied so that no value straddles queue and slice.
+    if (size <= kSlack) {
+        Append(data, size);
+        return;
+    }
+    if (bitPos_ / 8 >= end_)
+        Compact();
+    Reserve(kSlack);
+    sliceStart_ = end_;
+    std::memcpy(buf_.data() + end_, data, kSlack);
+    end_ += kSlack;
+    slice_ = data;
+    sliceSize_ = size;
+}
+
+void FieldDecoder::Detach()
+{
+    if (!slice_)
+        return;
+    const uint8_t* slice = slice_;
+    const size_t sliceSize = sliceSize_;
+    const size_t firstUnread = static_cast<size_t>(bitPos_ / 8);
+    size_t from = end_ - sliceStart_;  // slice bytes already in the queue
+    slice_ = nullptr;
+    sliceSize_ = 0;
+    if (firstUnread >= end_) {
+        // The queue is used up: keep only the unread part of the slice.
+        from = firstUnread - sliceStart_;
+        bitPos_ -= uint64_t(firstUnread) * 8;
+        end_ = 0;
+    }
+    const size_t rest = sliceSize - from;
+    if (rest == 0)
+        return;
+    Reserve(rest);
+    std::memcpy(buf_.data() + end_, slice + from, rest);
+    end_ += rest;
+}
+
+void FieldDecoder::Decode(size_t count, size_t outIndex)
 {
     const unsigned b = field_.bitWidth;
-    if (b == 0)
-        return want;
-    const uint64_t values = (uint64_t(end_) * 8 - bitPos_) / b;
-    return std::min(values, want);
+    uint8_t* out = static_cast<uint8_t*>(out_) + outIndex * outSize_;
+    if (b == 0) {
+        decode_(field_, buf_.data(), 0, count, out);
+        return;
+    }
+    // Values that lie wholly in the queue come from there, the rest from the
+    // attached slice.
+    size_t inQueue = count;
+    if (slice_) {
+        const uint64_t queueBits = uint64_t(end_) * 8;
+        inQueue = bitPos_ >= queueBits ? 0 : static_cast<size_t>(std::min<uint64_t>(count, (queueBits - bitPos_) / b));
+    }
+    if (inQueue > 0) {
+        decode_(field_, buf_.data(), bitPos_, inQueue, out);
+        bitPos_ += uint64_t(inQueue) * b;
+    }
+    if (inQueue < count) {
+        decode_(field_, slice_, bitPos_ - uint64_t(sliceStart_) * 8, count - inQueue, out + inQueue * outSize_);
+        bitPos_ += uint64_t(count - inQueue) * b;
+    }
 }
 
 void UnpackBits(const uint8_t* data, uint64_t bitPos, unsigned bits, size_t count, uint64_t* out)

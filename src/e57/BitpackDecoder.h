@@ -29,34 +29,52 @@ public:
     size_t StreamIndex() const { return streamIndex_; }
     const std::string& Name() const { return field_.name; }
 
-    // Queues the next bytes of this field's stream.
+    // The stream's next bytes arrive in one of two ways. Append copies them
+    // into the decoder's queue. Attach only remembers where they are (the
+    // packet in the reader's window) and decodes from there; Detach must be
+    // called before that memory changes and copies what is still unread.
     void Append(const uint8_t* data, size_t size);
-    // Bytes queued but not yet consumed.
-    size_t PendingBytes() const { return end_ - bitPos_ / 8; }
+    void Attach(const uint8_t* data, size_t size);
+    void Detach();
 
-    // How many whole values (at most `want`) the queued bytes hold.
-    uint64_t Available(uint64_t want);
+    // Bytes received but not yet consumed.
+    uint64_t PendingBytes() const { return TotalBits() / 8 - bitPos_ / 8; }
+
+    // How many whole values (at most `want`) the received bytes hold.
+    uint64_t Available(uint64_t want) const
+    {
+        if (field_.bitWidth == 0)
+            return want;
+        const uint64_t values = (TotalBits() - bitPos_) / field_.bitWidth;
+        return values < want ? values : want;
+    }
     // Decodes `count` values (count <= Available) into out[outIndex ...].
-    void Decode(size_t count, size_t outIndex) { decode_(*this, count, outIndex); }
+    void Decode(size_t count, size_t outIndex);
 
-    // Implementation details used by the decoding templates.
-    using DecodeFn = void (*)(FieldDecoder&, size_t, size_t);
-    const FieldDescription& Field() const { return field_; }
-    const uint8_t* Data() const { return buf_.data(); }
-    uint64_t BitPos() const { return bitPos_; }
-    void Consume(uint64_t bits) { bitPos_ += bits; }
-    void* Out() const { return out_; }
+    // Converts `count` values starting at bit `bitPos` of `data` into
+    // out[0 .. count).
+    using DecodeFn = void (*)(const FieldDescription&, const uint8_t* data, uint64_t bitPos, size_t count,
+                              void* out);
 
 private:
+    uint64_t TotalBits() const { return (slice_ ? sliceStart_ + sliceSize_ : end_) * uint64_t(8); }
     void Compact();
+    void Reserve(size_t extra);  // room for `extra` more queued bytes (may compact)
 
     FieldDescription field_;
     size_t streamIndex_;
     void* out_;
+    size_t outSize_;            // bytes per output element
     DecodeFn decode_ = nullptr;
-    std::vector<uint8_t> buf_;  // queued bytes [0, end_) plus zeroed slack for 8-byte loads
+    std::vector<uint8_t> buf_;  // queued bytes [0, end_) plus slack for 8-byte loads
     size_t end_ = 0;
     uint64_t bitPos_ = 0;       // next unread bit, counted from buf_[0]
+    // Attached bytes: they continue the stream at queue byte sliceStart_. Their
+    // first bytes are also copied to the queue, so that a value straddling
+    // the two is whole in the queue.
+    const uint8_t* slice_ = nullptr;
+    size_t sliceSize_ = 0;
+    size_t sliceStart_ = 0;
 };
 
 // Unpacks `count` values of `bits` bits (1..64) starting at stream bit

@@ -25,6 +25,9 @@ unsigned CompressedVectorReader::Impl::Read()
             }
         }
         if (m == 0) {
+            // The next packet may replace the window the decoders point into.
+            for (FieldDecoder& d : decoders)
+                d.Detach();
             if (!walker->Next(packet))
                 walker->Fail("field '" + shortest->Name() + "' ends after " +
                              std::to_string(recordCount - remaining + done) + " of " +
@@ -35,7 +38,7 @@ unsigned CompressedVectorReader::Impl::Read()
                     walker->Fail("field '" + d.Name() + "' runs more than " + std::to_string(kMaxFieldLead >> 20) +
                                  " MiB ahead of the other fields at logical offset " +
                                  std::to_string(packet.logicalOffset));
-                d.Append(s.data, s.size);
+                d.Attach(s.data, s.size);
             }
             continue;
         }

@@ -109,8 +109,9 @@ const uint8_t* PacketWalker::Ensure(uint64_t logical, size_t size)
     const uint64_t firstPage = logical / kPagePayload;
     const uint64_t lastSectionPage = (section_.endLogical - 1) / kPagePayload;
     const uint64_t pages = std::min(kWindowPages, lastSectionPage - firstPage + 1);
-    if (window_.size() < pages * kPageSize)
-        window_.resize(pages * kPageSize);
+    // The slack lets decoders load 8 bytes from the last byte of a packet.
+    if (window_.size() < pages * kPageSize + 16)
+        window_.resize(pages * kPageSize + 16);
     windowStart_ = windowEnd_ = 0;  // stays empty if the read throws
     file_->ReadPagesLogical(firstPage, pages, window_.data());
     windowStart_ = firstPage * kPagePayload;
