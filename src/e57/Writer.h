@@ -17,7 +17,9 @@
 // grow with the number of points. One scan is open at a time; each scan gets its
 // own binary section. Close() writes the XML and patches the file header. A
 // Writer destroyed without Close() leaves an incomplete file behind.
-// Every error throws e57::E57Exception.
+// Every error throws e57::E57Exception; after an exception from WriteColumns
+// or WritePoints the open scan's streams may be incomplete, so the file should
+// be discarded.
 #include <cstddef>
 #include <cstdint>
 #include <memory>
