@@ -115,6 +115,10 @@ TEST_F(LibPartsFixture, ForcedErrorsHitOnlyTheChosenIndexOrNumberOfCalls)
         lp.index = i;
         EXPECT_EQ(parts.Get(lp), i == 2 ? sim::APIERR_MISSINGDEF : host::NoError) << i;
     }
+    lp.index = 2;
+    lp.docu_UName = {};
+    parts.Get(lp);
+    EXPECT_EQ(sim::GetUni(lp.docu_UName), u"Zweite");   // the host still names a part with a missing definition
     EXPECT_EQ(parts.GetParams(1, a, b, n, handle), sim::APIERR_GENERAL);
     EXPECT_EQ(handle, nullptr);
     EXPECT_EQ(parts.GetParams(2, a, b, n, handle), host::NoError);

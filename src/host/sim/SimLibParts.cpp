@@ -58,10 +58,13 @@ host::ErrCode SimLibParts::GetNum(int32_t& count)
 host::ErrCode SimLibParts::Get(host::LibPart& libPart)
 {
     log_.Add("LibPart_Get " + std::to_string(libPart.index));
+    const SimLibPart* part = Part(libPart.index);
     if (const host::ErrCode err = faults_.Take(Op::LibPartGet, libPart.index)) {
+        if (err == APIERR_MISSINGDEF && part != nullptr) {
+            SetUni(libPart.docu_UName, part->name);   // the host names a part whose definition is missing
+        }
         return err;
     }
-    const SimLibPart* part = Part(libPart.index);
     if (part == nullptr) {
         return APIERR_BADINDEX;
     }
@@ -134,6 +137,7 @@ host::ErrCode SimLibParts::CloseParameters()
 {
     log_.Add("CPAR");
     if (const host::ErrCode err = faults_.Take(Op::CloseParameters)) {
+        openIndex_ = 0;   // a failed close still ends the scope
         return err;
     }
     if (openIndex_ == 0) {
