@@ -13,7 +13,7 @@ namespace e57 {
 
 // Unread bytes one field may hold before it counts as running away from the
 // other fields of the same records.
-constexpr size_t kMaxFieldLead = 64u << 20;
+constexpr size_t kMaxFieldLead = 16u << 20;
 
 class FieldDecoder {
 public:

@@ -1,6 +1,7 @@
 #include "e57/CompressedVectorReader.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "e57/CompressedVectorReaderImpl.h"
 #include "e57/E57Exception.h"
@@ -11,7 +12,8 @@ unsigned CompressedVectorReader::Impl::Read()
 {
     if (!open)
         throw E57Exception("read() on a closed point reader");
-    const size_t n = static_cast<size_t>(std::min<uint64_t>(capacity, remaining));
+    // read() reports the count as unsigned: larger buffers are filled in part.
+    const size_t n = static_cast<size_t>(std::min<uint64_t>({capacity, remaining, UINT32_MAX}));
     size_t done = 0;
     while (done < n) {
         // Decode as many records as every requested field has bytes for.

@@ -171,7 +171,7 @@ inline std::string Replace(std::string s, const std::string& from, const std::st
 
 // Every field a point reader can fill, decoded from one scan.
 struct ScanPoints {
-    std::vector<double> x, y, z, intensity;
+    std::vector<double> x, y, z;
     std::vector<uint16_t> red, green, blue;
     std::vector<int8_t> colourInvalid, cartesianInvalid;
     std::vector<unsigned> blocks;  // sizes returned by read()
@@ -180,14 +180,13 @@ struct ScanPoints {
 inline ScanPoints ReadScan(const e57::Reader& reader, int64_t scan, size_t blockSize = 65536)
 {
     ScanPoints all;
-    std::vector<double> x(blockSize), y(blockSize), z(blockSize), in(blockSize);
+    std::vector<double> x(blockSize), y(blockSize), z(blockSize);
     std::vector<uint16_t> r(blockSize), g(blockSize), b(blockSize);
     std::vector<int8_t> ci(blockSize), xi(blockSize);
     e57::Data3DPointsData_d buf;
     buf.cartesianX = x.data();
     buf.cartesianY = y.data();
     buf.cartesianZ = z.data();
-    buf.intensity = in.data();
     buf.colorRed = r.data();
     buf.colorGreen = g.data();
     buf.colorBlue = b.data();
@@ -199,7 +198,6 @@ inline ScanPoints ReadScan(const e57::Reader& reader, int64_t scan, size_t block
         all.x.insert(all.x.end(), x.begin(), x.begin() + n);
         all.y.insert(all.y.end(), y.begin(), y.begin() + n);
         all.z.insert(all.z.end(), z.begin(), z.begin() + n);
-        all.intensity.insert(all.intensity.end(), in.begin(), in.begin() + n);
         all.red.insert(all.red.end(), r.begin(), r.begin() + n);
         all.green.insert(all.green.end(), g.begin(), g.begin() + n);
         all.blue.insert(all.blue.end(), b.begin(), b.begin() + n);
