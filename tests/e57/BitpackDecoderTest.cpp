@@ -322,3 +322,35 @@ TEST(BitpackDecoder, RandomFilesWithFieldsAtDifferentPacesDecodeExactly)
         EXPECT_EQ(done, n);
     }
 }
+
+// A field whose whole stream comes before the other field's is legal but
+// would need unbounded buffering; the reader stops with a clear error.
+TEST(BitpackDecoder, AFieldRunningFarAheadIsRefused)
+{
+    const size_t n = e57::kMaxFieldLead + 100000, chunk = 65000;
+    std::vector<Bytes> packets;
+    for (int field = 0; field < 2; ++field)
+        for (size_t at = 0; at < n; at += chunk) {
+            Bytes bytes(std::min(chunk, n - at), static_cast<uint8_t>(at));
+            packets.push_back(DataPacket(field == 0 ? std::vector<Bytes>{bytes, {}} : std::vector<Bytes>{{}, bytes}));
+        }
+    TempDir dir;
+    WriteFile(dir.File("lead.e57"),
+              PointsFile("<colorRed type=\"Integer\" minimum=\"0\" maximum=\"255\"/>"
+                         "<colorGreen type=\"Integer\" minimum=\"0\" maximum=\"255\"/>",
+                         n, packets));
+    e57::Reader r(dir.File("lead.e57"), {});
+    std::vector<uint16_t> red(4096), green(4096);
+    e57::Data3DPointsData_d buf;
+    buf.colorRed = red.data();
+    e57::CompressedVectorReader onlyRed = r.SetUpData3DPointsData(0, red.size(), buf);
+    EXPECT_EQ(onlyRed.read(), 4096u);  // one field alone is no problem
+    buf.colorGreen = green.data();
+    e57::CompressedVectorReader both = r.SetUpData3DPointsData(0, red.size(), buf);
+    try {
+        both.read();
+        FAIL() << "read() buffered a whole stream";
+    } catch (const e57::E57Exception& e) {
+        EXPECT_THAT(e.what(), ::testing::HasSubstr("field 'colorRed' runs more than 16 MiB ahead"));
+    }
+}
