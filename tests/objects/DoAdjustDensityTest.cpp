@@ -275,4 +275,27 @@ TEST_F(DoAdjustDensityTest, OutputFolderDeletedByHandIsMadeAgain)
     EXPECT_EQ(PointsInFile(), 1000u);
 }
 
+TEST_F(DoAdjustDensityTest, RealSampleFilesGiveTheKnownPointFiles)
+{
+    const fs::path samples = fs::path(PW_SHARED_DIR) / "e57";
+    if (!fs::exists(samples / "mixed_a.e57")) {
+        GTEST_SKIP() << "sample E57 files not found in " << samples;
+    }
+    struct Case {
+        const char* file;
+        int density;
+        uint64_t kept;
+        uintmax_t bytes;
+    };
+    for (const Case& c : {Case{"bunnyFloat.e57", 25, 7643, 114677}, Case{"mixed_a.e57", 10, 6623, 99377}}) {
+        SCOPED_TRACE(c.file);
+        const host::Guid placed = Place(entry_.libIdx, PartParams(10, 100));
+        entry_.e57Path = (samples / c.file).string();
+        ASSERT_TRUE(DoAdjustDensity(h_.Bundle(), entry_, c.density));
+        EXPECT_EQ(fs::file_size(GspcPath()), c.bytes);
+        EXPECT_EQ(PointsInFile(), c.kept);
+        EXPECT_EQ(ParOf(placed, "iReducedPoints"), static_cast<double>(c.kept));
+    }
+}
+
 }  // namespace
