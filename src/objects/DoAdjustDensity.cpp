@@ -40,10 +40,11 @@ int UpdatePlacedParams(host::Host& host, int libIdx, int densityPercent, long lo
     }
 
     const std::vector<host::Guid> instances = FindPlacedInstances(host.elements, libIdx);
-    int updated = 0;
     if (instances.empty()) {
         return 0;
     }
+
+    int updated = 0;
 
     host.undo.CallUndoableCommand("Punktwolkendichte anpassen", [&]() -> host::ErrCode {
         for (const host::Guid& guid : instances) {
