@@ -66,6 +66,13 @@ TEST(SimLibraryLoading, ReloadLoadsFolderLibrariesInListOrderAndDropsRemovedFile
     ASSERT_EQ(h.Bundle().libraryList.ReloadLibraries(), host::NoError);
     EXPECT_EQ(Names(h), (std::vector<std::u16string>{u"Vorhanden", u"Beta", u"Zeta", u"Mid"}));
     EXPECT_EQ(h.LibraryList().ReloadCount(), 2);
+
+    // Setting the list loads nothing, unless the host is told to load on set.
+    ASSERT_EQ(h.Bundle().libraryList.SetLibraries({sim::SimLibraryList::Local(dir.Path() / "libB")}), host::NoError);
+    EXPECT_EQ(h.LibParts().Count(), 4);
+    h.LibraryList().SetReloadOnSet(true);
+    ASSERT_EQ(h.Bundle().libraryList.SetLibraries({sim::SimLibraryList::Local(dir.Path() / "libB")}), host::NoError);
+    EXPECT_EQ(Names(h), (std::vector<std::u16string>{u"Vorhanden", u"Beta"}));
 }
 
 TEST(SimLibraryLoading, PlacedObjectsFollowTheirPartToItsNewIndex)
