@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -43,11 +42,30 @@ std::string ResourceBody(const std::string& text, const std::string& head)
 std::vector<std::string> QuotedStrings(const std::string& body)
 {
     std::vector<std::string> out;
-    static const std::regex quoted("\"([^\"]*)\"");
-    for (auto it = std::sregex_iterator(body.begin(), body.end(), quoted); it != std::sregex_iterator(); ++it) {
-        out.push_back((*it)[1]);
+    for (size_t open = body.find('"'); open != std::string::npos; open = body.find('"', open)) {
+        const size_t close = body.find('"', open + 1);
+        if (close == std::string::npos) {
+            break;
+        }
+        out.push_back(body.substr(open + 1, close - open - 1));
+        open = close + 1;
     }
     return out;
+}
+
+std::vector<std::string> Lines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+bool IsInteger(const std::string& word)
+{
+    return !word.empty() && word.find_first_not_of("-0123456789") == std::string::npos;
 }
 
 struct GrcItem {
@@ -57,20 +75,39 @@ struct GrcItem {
     std::string rest;
 };
 
+// Items are the lines "/* [ n] */ Type x y width height ...".
 std::vector<GrcItem> DialogItems(const std::string& body)
 {
     std::vector<GrcItem> items;
-    static const std::regex item(R"(\*/\s*(\w+)\s+(-?\d+)\s+(-?\d+)\s+(\d+)\s+(\d+)([^\n]*))");
-    for (auto it = std::sregex_iterator(body.begin(), body.end(), item); it != std::sregex_iterator(); ++it) {
+    for (const std::string& line : Lines(body)) {
+        const size_t comment = line.find("*/");
+        if (comment == std::string::npos) {
+            continue;
+        }
+        std::istringstream in(line.substr(comment + 2));
         GrcItem g;
-        g.type = (*it)[1];
-        g.rect = sim::Rect{static_cast<int16_t>(std::stoi((*it)[2])), static_cast<int16_t>(std::stoi((*it)[3])),
-                           static_cast<int16_t>(std::stoi((*it)[4])), static_cast<int16_t>(std::stoi((*it)[5]))};
-        g.rest = (*it)[6];
+        int x = 0, y = 0, w = 0, h = 0;
+        if (!(in >> g.type >> x >> y >> w >> h)) {
+            continue;
+        }
+        g.rect = sim::Rect{static_cast<int16_t>(x), static_cast<int16_t>(y), static_cast<int16_t>(w),
+                           static_cast<int16_t>(h)};
+        std::getline(in, g.rest);
         g.strings = QuotedStrings(g.rest);
         items.push_back(g);
     }
     return items;
+}
+
+std::string Digits(const std::string& text)
+{
+    std::string out;
+    for (char c : text) {
+        if (c >= '0' && c <= '9') {
+            out += c;
+        }
+    }
+    return out;
 }
 
 TEST(ResourceFiles, PaletteResourceMatchesTheSimulatedWindow)
@@ -79,16 +116,27 @@ TEST(ResourceFiles, PaletteResourceMatchesTheSimulatedWindow)
     ASSERT_FALSE(grc.empty());
     EXPECT_EQ(grc.rfind("\xEF\xBB\xBF", 0), 0u) << "resource files are UTF-8 with a byte order mark";
 
-    std::smatch header;
-    static const std::regex gdlg(R"('GDLG'\s+(\d+)\s+Palette([^0-9"]*)(\d+)\s+(\d+)\s+(\d+)\s+(\d+)\s+"[^"]*")");
-    ASSERT_TRUE(std::regex_search(grc, header, gdlg));
-    EXPECT_EQ(std::stoi(header[1]), kPaletteResId);
-    EXPECT_NE(header[2].str().find("grow"), std::string::npos) << "the palette must be resizable";
-    EXPECT_NE(header[2].str().find("close"), std::string::npos) << "the palette has a close box";
+    // 'GDLG' 32400 Palette | flags ... x y width height "title" {
+    const size_t at = grc.find("'GDLG' " + std::to_string(kPaletteResId) + " Palette");
+    ASSERT_NE(at, std::string::npos);
+    const std::string header = grc.substr(at, grc.find('{', at) - at);
+    std::istringstream words(header.substr(0, header.find('"')));
+    std::vector<std::string> numbers;
+    std::string flags;
+    for (std::string word; words >> word;) {
+        if (IsInteger(word)) {
+            numbers.push_back(word);
+        } else {
+            flags += word + " ";
+        }
+    }
+    ASSERT_EQ(numbers.size(), 5u) << header;   // resource ID, x, y, width, height
+    EXPECT_NE(flags.find("grow"), std::string::npos) << "the palette must be resizable";
+    EXPECT_NE(flags.find("close"), std::string::npos) << "the palette has a close box";
 
     const sim::PaletteLayout& layout = sim::ResourcePaletteLayout();
-    EXPECT_EQ(std::stoi(header[5]), layout.clientWidth);
-    EXPECT_EQ(std::stoi(header[6]), layout.clientHeight);
+    EXPECT_EQ(std::stoi(numbers[3]), layout.clientWidth);
+    EXPECT_EQ(std::stoi(numbers[4]), layout.clientHeight);
 
     const std::vector<GrcItem> items = DialogItems(ResourceBody(grc, "'GDLG' 32400"));
     ASSERT_EQ(items.size(), 9u);
@@ -124,9 +172,12 @@ TEST(ResourceFiles, PaletteResourceMatchesTheSimulatedWindow)
     // One tooltip per item.
     const std::string help = ResourceBody(grc, "'DLGH' 32400");
     std::vector<int> helpItems;
-    static const std::regex helpLine(R"((?:^|\n)\s*(\d+)\s+")");
-    for (auto it = std::sregex_iterator(help.begin(), help.end(), helpLine); it != std::sregex_iterator(); ++it) {
-        helpItems.push_back(std::stoi((*it)[1]));
+    for (const std::string& line : Lines(help)) {
+        std::istringstream in(line);
+        std::string first;
+        if (in >> first && IsInteger(first)) {
+            helpItems.push_back(std::stoi(first));
+        }
     }
     EXPECT_EQ(helpItems, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9}));
 }
@@ -144,7 +195,7 @@ TEST(ResourceFiles, StringsAndIconsThatTheCodeUsesExist)
     ASSERT_EQ(items.size(), 9u);
     const std::string fix = ReadText(kResources / "RFIX" / "PunktwolkeFix.grc");
     for (size_t i : {4u, 6u}) {
-        const std::string iconId = std::regex_replace(items[i].rest, std::regex(R"(\D+)"), "");
+        const std::string iconId = Digits(items[i].rest);
         const std::vector<std::string> image = QuotedStrings(ResourceBody(fix, "'GICN' " + iconId));
         ASSERT_EQ(image.size(), 1u) << "no icon " << iconId;
         bool found = false;
