@@ -62,7 +62,9 @@ std::string DoImport(host::Host& host, int densityPercent, LibPartGenerator gene
     const std::string baseName = BaseName(chosen.filename().string());
     const size_t lastSlash = e57Path.rfind('/');
     const std::string directory = lastSlash == std::string::npos ? e57Path : e57Path.substr(0, lastSlash);
-    const std::filesystem::path outputFolder = std::filesystem::path(directory) / baseName;
+    // A file in the root folder gets its folder in the root, not relative to the working folder.
+    const std::filesystem::path outputFolder =
+        std::filesystem::path(lastSlash == 0 ? std::string("/") : directory) / baseName;
     const std::string outputFolderPath = outputFolder.string();
     {
         // An existing folder is reused and its files overwritten.
