@@ -61,7 +61,13 @@ unsigned CompressedVectorReader::read()
 {
     if (!impl_)
         throw E57Exception("read() on a closed point reader");
-    return impl_->Read();
+    try {
+        return impl_->Read();
+    } catch (...) {
+        // The fields may have advanced unevenly: nothing after this is usable.
+        impl_->open = false;
+        throw;
+    }
 }
 
 void CompressedVectorReader::close()

@@ -137,6 +137,20 @@ TEST(BrokenFile, HostileXmlFailsWithoutHugeAllocations)
     }
     EXPECT_THAT(Outcome(WithXml(good, Replace(Replace(xml, "<e57Root", "<e58Root"), "</e57Root", "</e58Root"))),
                 HasSubstr("instead of 'e57Root'"));
+    // A reader that failed stays failed instead of handing out shifted records.
+    {
+        TempDir dir;
+        WriteFile(dir.File("short.e57"), WithXml(good, Replace(xml, points, "fileOffset=\"48\" recordCount=\"30572\"")));
+        e57::Reader r(dir.File("short.e57"), {});
+        std::vector<double> x(30000);
+        e57::Data3DPointsData_d buf;
+        buf.cartesianX = x.data();
+        e57::CompressedVectorReader cv = r.SetUpData3DPointsData(0, x.size(), buf);
+        EXPECT_EQ(cv.read(), 30000u);
+        EXPECT_THROW(cv.read(), e57::E57Exception);
+        EXPECT_FALSE(cv.isOpen());
+        EXPECT_THROW(cv.read(), e57::E57Exception);
+    }
     // Structures nested far deeper than any prototype needs.
     std::string deep;
     for (int i = 0; i < 5000; ++i)
