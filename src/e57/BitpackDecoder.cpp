@@ -1,5 +1,6 @@
 #include "e57/BitpackDecoder.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <type_traits>
