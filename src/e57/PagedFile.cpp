@@ -82,9 +82,9 @@ void PagedFile::VerifyPage(uint64_t page, const uint8_t* pageBytes) const
     uint32_t computed = Crc32c(pageBytes, kPagePayload);
     uint32_t stored = StoredCrc(pageBytes);
     if (computed != stored)
-        throw E57Exception("checksum mismatch in page " + std::to_string(page) + " at offset " +
-                           std::to_string(page * kPageSize) + " (stored " + Hex(stored) + ", computed " +
-                           Hex(computed) + "), file length " + std::to_string(physicalLength_));
+        throw E57Exception("checksum mismatch in page " + std::to_string(page) + " (stored " + Hex(stored) +
+                           ", computed " + Hex(computed) + ") at offset " + std::to_string(page * kPageSize) +
+                           ", file length " + std::to_string(physicalLength_));
 }
 
 void PagedFile::ReadPhysical(uint64_t offset, void* dst, size_t size) const
