@@ -1,7 +1,8 @@
 #pragma once
 // Decoding of one field's bitpacked byte stream. The stream's bytes arrive
-// packet by packet (a value may straddle packets); the decoder queues them and
-// converts whole values straight into the caller's buffer.
+// packet by packet (a value may straddle packets); the decoder converts whole
+// values straight into the caller's buffer, reading them where they lie in the
+// packet and keeping only what a packet boundary leaves unread.
 #include <cstddef>
 #include <cstdint>
 #include <string>
