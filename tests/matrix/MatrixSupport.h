@@ -61,9 +61,13 @@ inline std::string Slurp(const fs::path& path)
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-// SHA-256 of a file's bytes, as hex; "" when it cannot be read.
+// SHA-256 of a regular file's bytes, as hex; "" for anything else (a FIFO
+// must not be opened here: that would wait for a writer).
 inline std::string Sha256(const fs::path& path)
 {
+    std::error_code ec;
+    if (!fs::is_regular_file(path, ec))
+        return "";
     std::ifstream in(path, std::ios::binary);
     if (!in)
         return "";
