@@ -282,7 +282,8 @@ void CheckPoints(const e57::Reader& reader, int64_t index, const Scan& s, size_t
                 const double got = t.d ? t.d[i] : t.u16 ? double(t.u16[i]) : t.i8 ? double(t.i8[i]) : double(t.i32[i]);
                 if (!SameBits(got, want)) {
                     ++mismatches;
-                    ADD_FAILURE() << t.name << " record " << done + i << ": got " << got << ", wrote " << want;
+                    ADD_FAILURE() << t.name << " record " << done + i << ": got " << got << ", wrote " << want
+                                  << " (" << c->field.BitWidth() << " bits, block " << block << ")";
                 }
             }
         }

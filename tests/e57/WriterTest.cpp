@@ -198,3 +198,48 @@ TEST(Writer, RejectsValuesAndCallsItCannotWrite)
     EXPECT_THROW(e57::Writer("/nonexistent-dir/x.e57"), e57::E57Exception);
     std::remove(path.c_str());
 }
+
+// The second section header is patched after its scan is written; here it
+// straddles the first page boundary (logical 1008..1039) with non-zero bytes
+// on both sides.
+TEST(Writer, SectionHeaderAcrossAPageBoundary)
+{
+    const std::string path = TempPath("straddle");
+    std::vector<int64_t> first(888), second(5000);
+    for (size_t i = 0; i < first.size(); ++i)
+        first[i] = int64_t(i % 256);
+    for (size_t i = 0; i < second.size(); ++i)
+        second[i] = int64_t((i * 37) % 4096);
+    {
+        e57::WriterOptions options;
+        options.writeIndexPacket = true;
+        e57::Writer w(path, options);
+        e57::ScanHeader h;
+        h.guid = "a";
+        h.prototype = {e57::WriterField::Integer("colorRed", 0, 255)};
+        w.BeginScan(h);
+        w.WriteColumns(first.size(), {{nullptr, first.data()}});  // 8 + 888 bytes, then 32 of index
+        w.EndScan();
+        h.guid = "b";
+        h.prototype = {e57::WriterField::Integer("rowIndex", 0, 4095)};
+        w.BeginScan(h);
+        w.WriteColumns(second.size(), {{nullptr, second.data()}});
+        w.EndScan();
+        w.Close();
+    }
+    const std::vector<uint8_t> file = ReadWholeFile(path);
+    const std::vector<uint8_t> logical = LogicalBytes(file);
+    pugi::xml_document doc = ParseXml(file, logical);
+    const pugi::xml_node scans = doc.child("e57Root").child("data3D");
+    const pugi::xml_node b = scans.first_child().next_sibling().child("points");
+    ASSERT_EQ(b.attribute("fileOffset").as_ullong(), 1008u);
+    const SectionStreams streams = DecodeSection(logical, 1008, second.size(), {12});
+    EXPECT_EQ(LittleEndian(&logical[1008 + 16], 8), 1044u);  // data packet at logical 1040
+    ASSERT_EQ(streams.values.size(), 1u);
+    for (size_t i = 0; i < second.size(); ++i)
+        ASSERT_EQ(streams.values[0][i], uint64_t(second[i])) << i;
+    const SectionStreams a = DecodeSection(logical, 48, first.size(), {8});
+    for (size_t i = 0; i < first.size(); ++i)
+        ASSERT_EQ(a.values[0][i], uint64_t(first[i])) << i;
+    std::remove(path.c_str());
+}
