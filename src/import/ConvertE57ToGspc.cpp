@@ -143,7 +143,7 @@ void ColourBlock(bool hasColour, Buffers& b, size_t first, size_t stride, size_t
 
 int32_t DensityStep(int32_t densityPercent)
 {
-    if (densityPercent <= 0)
+    if (densityPercent == 0)
         return 100;   // callers pass 1..100; never divide by zero
     return std::max<int32_t>(1, 100 / densityPercent);
 }

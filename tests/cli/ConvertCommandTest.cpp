@@ -45,27 +45,31 @@ float FloatAt(const std::string& d, size_t off)
     return f;
 }
 
+// Three points (1, 4, -1), (2, 5, 0), (3, 6, 1) in one scan.
+void WriteSmallE57(const std::string& path)
+{
+    e57::Writer w(path);
+    e57::ScanHeader h;
+    h.guid = "{small}";
+    h.prototype = e57::CartesianFields(e57::FieldEncoding::Float);
+    w.BeginScan(h);
+    double x[3] = {1, 2, 3}, y[3] = {4, 5, 6}, z[3] = {-1, 0, 1};
+    e57::Data3DPointsData_t<double> b;
+    b.cartesianX = x;
+    b.cartesianY = y;
+    b.cartesianZ = z;
+    w.WritePoints(3, b);
+    w.EndScan();
+    w.Close();
+}
+
 }  // namespace
 
 TEST(ConvertCommand, ConvertsWithTheDefaultNameInTheCurrentFolder)
 {
     const std::string dir = pwtest::ScratchDir("convert_default");
     // Upper-case extension: the base name loses it all the same.
-    {
-        e57::Writer w(dir + "/Haus.E57");
-        e57::ScanHeader h;
-        h.guid = "{haus}";
-        h.prototype = e57::CartesianFields(e57::FieldEncoding::Float);
-        w.BeginScan(h);
-        double x[3] = {1, 2, 3}, y[3] = {4, 5, 6}, z[3] = {-1, 0, 1};
-        e57::Data3DPointsData_t<double> b;
-        b.cartesianX = x;
-        b.cartesianY = y;
-        b.cartesianZ = z;
-        w.WritePoints(3, b);
-        w.EndScan();
-        w.Close();
-    }
+    WriteSmallE57(dir + "/Haus.E57");
     pwtest::RunOptions here;
     here.cwd = dir;
     const auto r = RunPunktwolke({"convert", "Haus.E57", "--density", "100"}, here);
@@ -133,19 +137,7 @@ TEST(ConvertCommand, NeverOverwritesItsSourceFile)
 {
     const std::string dir = pwtest::ScratchDir("convert_self");
     const std::string src = dir + "/self.e57";
-    {
-        e57::Writer w(src);
-        e57::ScanHeader h;
-        h.guid = "{self}";
-        h.prototype = e57::CartesianFields(e57::FieldEncoding::Double);
-        w.BeginScan(h);
-        double v[1] = {1};
-        e57::Data3DPointsData_t<double> b;
-        b.cartesianX = b.cartesianY = b.cartesianZ = v;
-        w.WritePoints(1, b);
-        w.EndScan();
-        w.Close();
-    }
+    WriteSmallE57(src);
     const std::string before = pwtest::Slurp(src);
     const auto r = RunPunktwolke({"convert", src, "-o", dir + "/./self.e57"});
     EXPECT_EQ(r.exitCode, 1);

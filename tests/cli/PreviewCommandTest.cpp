@@ -114,17 +114,6 @@ TEST(PreviewCommand, DrawsPointsInTheirColoursNearestOnTop)
     }
 }
 
-TEST(PreviewCommand, EmptyPointFileGivesABackgroundPicture)
-{
-    const std::string dir = pwtest::ScratchDir("preview_empty");
-    const std::string gspc = WriteGspc(dir + "/empty.gspc", {});
-    const auto r = RunPunktwolke({"preview", gspc, "-o", dir + "/empty.png", "--size", "8x8"});
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    const Decoded d = DecodePng(dir + "/empty.png");
-    ASSERT_TRUE(d.ok);
-    EXPECT_EQ(CountColour(d, 96, 96, 96), 64u);
-}
-
 TEST(PreviewCommand, FailuresAndUsage)
 {
     const std::string dir = pwtest::ScratchDir("preview_fail");
@@ -154,4 +143,9 @@ TEST(PreviewCommand, FailuresAndUsage)
     const auto help = RunPunktwolke({"preview", "--help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_NE(help.out.find("--view"), std::string::npos);
+
+    // A point file without points still gives a picture: the background.
+    const std::string empty = WriteGspc(dir + "/empty.gspc", {});
+    ASSERT_EQ(RunPunktwolke({"preview", empty, "-o", dir + "/empty.png", "--size", "8x8"}).exitCode, 0);
+    EXPECT_EQ(CountColour(DecodePng(dir + "/empty.png"), 96, 96, 96), 64u);
 }

@@ -174,38 +174,21 @@ std::vector<float> Xs(const std::vector<GspcPoint>& pts)
 
 }  // namespace
 
-TEST(Conversion, DensityStepIsTheCoarseIntegerRule)
+TEST(Conversion, StepRuleAndPoseFormula)
 {
-    const std::pair<int, int> table[] = {{100, 1}, {60, 1}, {51, 1}, {50, 2}, {34, 2}, {33, 3},
-                                         {26, 3}, {25, 4}, {10, 10}, {1, 100}};
-    for (const auto& [density, step] : table)
+    const std::pair<int, int> steps[] = {{100, 1}, {60, 1}, {51, 1}, {50, 2}, {33, 3}, {25, 4}, {10, 10}, {1, 100}};
+    for (const auto& [density, step] : steps)
         EXPECT_EQ(DensityStep(density), step) << density;
-}
 
-TEST(Conversion, ApplyPoseRotatesByTheStoredQuaternionThenTranslates)
-{
-    e57::RigidBodyTransform quarterTurn;
-    quarterTurn.rotation = {std::sqrt(0.5), 0.0, 0.0, std::sqrt(0.5)};
-    quarterTurn.translation = {10.0, 20.0, 30.0};
-    double x, y, z;
-    ApplyPose(quarterTurn, 1.0, 0.0, 0.0, x, y, z);
-    EXPECT_NEAR(x, 10.0, 1e-12);
-    EXPECT_NEAR(y, 21.0, 1e-12);
-    EXPECT_NEAR(z, 30.0, 1e-12);
-
-    // A non-unit quaternion is used as stored: (0,0,0,2) scales as well as turns.
+    // A non-unit quaternion is used as stored: (0, 0, 0, 2) turns and scales.
     e57::RigidBodyTransform unnormalised;
     unnormalised.rotation = {0.0, 0.0, 0.0, 2.0};
+    unnormalised.translation = {0.5, 0.0, 0.0};
+    double x, y, z;
     ApplyPose(unnormalised, 1.0, 0.0, 0.0, x, y, z);
-    EXPECT_EQ(x, -7.0);
+    EXPECT_EQ(x, -6.5);
     EXPECT_EQ(y, 0.0);
     EXPECT_EQ(z, 0.0);
-
-    // The identity leaves a point unchanged.
-    ApplyPose(e57::RigidBodyTransform(), 1.25, -2.5, 3.75, x, y, z);
-    EXPECT_EQ(x, 1.25);
-    EXPECT_EQ(y, -2.5);
-    EXPECT_EQ(z, 3.75);
 }
 
 TEST(Conversion, StepCountsAcrossScansAndBlocks)
@@ -256,44 +239,33 @@ TEST(Conversion, ColourRules)
     std::remove(path.c_str());
 }
 
-TEST(Conversion, PoseSizesAndOffsets)
+TEST(Conversion, PoseOffsetsAndSizes)
 {
-    TestScan turned;
+    TestScan turned;   // 90 degrees about Z, then translated
     turned.a = {1.0};
     turned.b = {0.0};
     turned.c = {0.0};
     turned.hasPose = true;
     turned.pose.rotation = {std::sqrt(0.5), 0.0, 0.0, std::sqrt(0.5)};
     turned.pose.translation = {100.0, 200.0, 300.0};
-    const std::string path = TempPath("pose.e57");
-    WriteE57(path, {turned});
-    {
-        const Converted c = Convert(path, 100);
-        ASSERT_EQ(c.points.size(), 1u);
-        EXPECT_FLOAT_EQ(c.points[0].x, 100.0f);
-        EXPECT_FLOAT_EQ(c.points[0].y, 201.0f);
-        EXPECT_FLOAT_EQ(c.points[0].z, 300.0f);
-        // One point: offset is the point, sizes are 0; coordinates stay absolute.
-        EXPECT_EQ(c.result.offsetX, c.points[0].x);
-        EXPECT_EQ(c.result.offsetY, c.points[0].y);
-        EXPECT_EQ(c.result.offsetZ, c.points[0].z);
-        EXPECT_EQ(c.result.sizeX, 0.0f);
-        EXPECT_EQ(c.result.sizeZ, 0.0f);
-    }
-
     TestScan second;
     second.a = {-1.0, 3.0};
     second.b = {5.0, 7.0};
     second.c = {0.5, -0.5};
+    const std::string path = TempPath("pose.e57");
     WriteE57(path, {turned, second});
     const Converted c = Convert(path, 100);
-    EXPECT_FLOAT_EQ(c.result.offsetX, -1.0f);
-    EXPECT_FLOAT_EQ(c.result.sizeX, 101.0f);
-    EXPECT_FLOAT_EQ(c.result.offsetY, 5.0f);
-    EXPECT_FLOAT_EQ(c.result.sizeY, 196.0f);
-    EXPECT_FLOAT_EQ(c.result.offsetZ, -0.5f);
-    EXPECT_FLOAT_EQ(c.result.sizeZ, 300.5f);
-    EXPECT_EQ(c.header.bounds[0], c.result.offsetX);
+    ASSERT_EQ(c.points.size(), 3u);
+    EXPECT_FLOAT_EQ(c.points[0].x, 100.0f);
+    EXPECT_FLOAT_EQ(c.points[0].y, 201.0f);
+    EXPECT_FLOAT_EQ(c.points[0].z, 300.0f);
+    EXPECT_EQ(c.points[1].x, -1.0f) << "coordinates stay absolute";
+    EXPECT_EQ(c.result.offsetX, -1.0f);
+    EXPECT_EQ(c.result.sizeX, 101.0f);
+    EXPECT_EQ(c.result.offsetY, 5.0f);
+    EXPECT_EQ(c.result.sizeY, 196.0f);
+    EXPECT_EQ(c.result.offsetZ, -0.5f);
+    EXPECT_EQ(c.result.sizeZ, 300.5f);
     std::remove(path.c_str());
 }
 
@@ -340,21 +312,16 @@ TEST(Conversion, ProgressProtocol)
     Convert(path, 10, thin);
     EXPECT_EQ(thin.calls.back(), "NextPhase Punktwolke konvertieren... 100");
     EXPECT_EQ(thin.values.size(), 100u);
-    std::remove(path.c_str());
-}
 
-TEST(Conversion, ZeroPointScansUseTheFallbackEstimateAndWriteAnEmptyFile)
-{
-    const std::string path = TempPath("zero.e57");
+    // Scans without points: estimate 2 x 500000, nothing written, zero offsets and sizes.
     WriteE57(path, {TestScan(), TestScan()});
-    ScriptedWindow window;
-    const Converted c = Convert(path, 10, window);
-    EXPECT_EQ(window.calls.back(), "NextPhase Punktwolke konvertieren... 1000000");
-    EXPECT_EQ(c.result.totalPoints, 0);
-    EXPECT_EQ(c.result.keptPoints, 0);
-    EXPECT_TRUE(c.points.empty());
-    EXPECT_EQ(c.result.sizeX, 0.0f);
-    EXPECT_EQ(c.result.offsetZ, 0.0f);
+    ScriptedWindow none;
+    const Converted empty = Convert(path, 10, none);
+    EXPECT_EQ(none.calls.back(), "NextPhase Punktwolke konvertieren... 1000000");
+    EXPECT_EQ(empty.result.totalPoints, 0);
+    EXPECT_TRUE(empty.points.empty());
+    EXPECT_EQ(empty.result.sizeX, 0.0f);
+    EXPECT_EQ(empty.result.offsetZ, 0.0f);
     std::remove(path.c_str());
 }
 
