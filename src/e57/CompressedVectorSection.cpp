@@ -65,12 +65,15 @@ SectionInfo ReadSectionHeader(const PagedFile& file, uint64_t fileOffset, uint64
         Invalid(fileOffset, "index offset " + std::to_string(indexPhysical) + " is outside the file");
 
     // The records' bits must fit into the section (String values take at
-    // least one byte each).
+    // least one byte each). Records of constant fields only take no bits at
+    // all; they are still held to one bit each, or a file could announce
+    // 2^63 of them and keep its reader busy for ever.
     const uint64_t bytes = s.endLogical - s.dataLogical;
     uint64_t bitsPerRecord = 0;
     for (const FieldDescription& f : fields)
         bitsPerRecord += f.encoding == FieldEncoding::String ? 8 : f.bitWidth;
-    if (bitsPerRecord != 0 && recordCount > bytes * 8 / bitsPerRecord)
+    bitsPerRecord = std::max<uint64_t>(bitsPerRecord, 1);
+    if (recordCount > bytes * 8 / bitsPerRecord)
         Invalid(fileOffset, "record count " + std::to_string(recordCount) + " of " + std::to_string(bitsPerRecord) +
                                 " bits each cannot fit into " + std::to_string(bytes) + " bytes");
     return s;

@@ -59,6 +59,19 @@ void XmlSection::Load(const PagedFile& file, uint64_t xmlPhysicalOffset, uint64_
         pugi::get_memory_deallocation_function()(buf);
         throw;
     }
+    // Count element starts before parsing: the parsed document is many times
+    // larger than the text of a small element.
+    uint64_t elements = 0;
+    const char* text = static_cast<const char*>(buf);
+    for (const char* p = text; (p = static_cast<const char*>(std::memchr(p, '<', size - size_t(p - text))));) {
+        ++p;
+        if (p < text + size && *p != '/' && *p != '!' && *p != '?')
+            ++elements;
+    }
+    if (elements > kMaxXmlElements) {
+        pugi::get_memory_deallocation_function()(buf);
+        throw E57Exception("XML section has more than " + std::to_string(kMaxXmlElements) + " elements");
+    }
     // The document takes ownership of the buffer.
     pugi::xml_parse_result r = doc_.load_buffer_inplace_own(buf, size, pugi::parse_default, pugi::encoding_utf8);
     if (!r)

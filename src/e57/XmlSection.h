@@ -12,6 +12,9 @@ class PagedFile;
 
 // Largest XML section accepted; real files stay far below it.
 constexpr uint64_t kMaxXmlBytes = 256ull << 20;
+// Most XML elements accepted. Each parsed element costs about 64 bytes, so
+// this bounds the document's memory (real files hold some thousands).
+constexpr uint64_t kMaxXmlElements = 1000000;
 
 class XmlSection {
 public:

@@ -354,3 +354,25 @@ TEST(BitpackDecoder, AFieldRunningFarAheadIsRefused)
         EXPECT_THAT(e.what(), ::testing::HasSubstr("field 'colorRed' runs more than 16 MiB ahead"));
     }
 }
+
+// Constant (0-bit) fields take no bytes: their records decode to the minimum,
+// but a count that not even one bit per record could hold is refused.
+TEST(BitpackDecoder, ConstantFieldsDecodeToTheirValueWithinABoundedCount)
+{
+    const std::string proto = "<cartesianX type=\"Integer\" minimum=\"5\" maximum=\"5\"/>"
+                              "<colorRed type=\"Integer\" minimum=\"300\" maximum=\"300\"/>";
+    TempDir dir;
+    WriteFile(dir.File("c.e57"), PointsFile(proto, 10, {DataPacket({{}, {}})}));
+    e57::Reader r(dir.File("c.e57"), {});
+    ScanPoints p = ReadScan(r, 0, 4);
+    EXPECT_EQ(p.blocks, (std::vector<unsigned>{4, 4, 2}));
+    EXPECT_EQ(p.x, std::vector<double>(10, 5.0));
+    EXPECT_EQ(p.red, std::vector<uint16_t>(10, 300));
+
+    WriteFile(dir.File("c.e57"), PointsFile(proto, uint64_t(1) << 62, {DataPacket({{}, {}})}));
+    e57::Reader big(dir.File("c.e57"), {});
+    std::vector<double> x(4);
+    e57::Data3DPointsData_d buf;
+    buf.cartesianX = x.data();
+    EXPECT_THROW(big.SetUpData3DPointsData(0, x.size(), buf), e57::E57Exception);
+}

@@ -151,6 +151,12 @@ TEST(BrokenFile, HostileXmlFailsWithoutHugeAllocations)
         EXPECT_FALSE(cv.isOpen());
         EXPECT_THROW(cv.read(), e57::E57Exception);
     }
+    // Millions of tiny elements would cost a parsed document of hundreds of MiB.
+    std::string many;
+    for (int i = 0; i < 1000001; ++i)
+        many += "<a/>";
+    EXPECT_THAT(Outcome(WithXml(good, Replace(xml, "<data3D", many + "<data3D"))),
+                HasSubstr("more than 1000000 elements"));
     // Structures nested far deeper than any prototype needs.
     std::string deep;
     for (int i = 0; i < 5000; ++i)
