@@ -408,36 +408,3 @@ TEST(WriterRoundTrip, WritePointsFromStandardBuffers)
     EXPECT_EQ(invalid2, invalid);
     std::remove(path.c_str());
 }
-
-TEST(WriterRoundTrip, WorkedExampleDecodes)
-{
-    const std::string path = TempPath("worked");
-    {
-        e57::Writer w(path);
-        e57::ScanHeader h;
-        h.guid = "scan-0";
-        h.prototype = {e57::WriterField::ScaledInteger("cartesianX", -1000, 1000, 0.001),
-                       e57::WriterField::Integer("colorRed", 0, 255)};
-        w.BeginScan(h);
-        const double x[] = {0.500, -1.000, 0.123};
-        const int64_t red[] = {255, 0, 128};
-        w.WriteColumns(3, {{x, nullptr}, {nullptr, red}});
-        w.EndScan();
-        w.Close();
-    }
-    e57::Reader reader(path, e57::ReaderOptions());
-    double x[3];
-    uint16_t red[3];
-    e57::Data3DPointsData_d b;
-    b.cartesianX = x;
-    b.colorRed = red;
-    e57::CompressedVectorReader cv = reader.SetUpData3DPointsData(0, 3, b);
-    ASSERT_EQ(cv.read(), 3u);
-    EXPECT_EQ(x[0], 500 * 0.001);
-    EXPECT_EQ(x[1], -1000 * 0.001);
-    EXPECT_EQ(x[2], 123 * 0.001);
-    EXPECT_EQ(red[0], 255);
-    EXPECT_EQ(red[1], 0);
-    EXPECT_EQ(red[2], 128);
-    std::remove(path.c_str());
-}
