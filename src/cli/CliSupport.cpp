@@ -5,6 +5,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 void PrintFailure(const std::string& message, const std::string& detail)
 {
     if (detail.empty())
@@ -35,4 +39,16 @@ std::string E57BaseName(const std::string& path)
 std::string ErrnoText()
 {
     return std::strerror(errno);
+}
+
+std::string WhyNotReadable(const std::string& path)
+{
+    // O_NONBLOCK: opening a FIFO for reading must not wait for a writer.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
+        return ErrnoText();
+    struct stat st {};
+    const bool regular = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+    ::close(fd);
+    return regular ? "cannot be read" : "not a regular file";
 }

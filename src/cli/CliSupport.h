@@ -14,3 +14,7 @@ std::string FileNameOf(const std::string& path);
 
 // The text of errno as it is now.
 std::string ErrnoText();
+
+// Why `path` cannot be read as a regular file ("No such file or directory",
+// "not a regular file", ...). Never blocks, also not on a FIFO.
+std::string WhyNotReadable(const std::string& path);

@@ -43,12 +43,7 @@ int RunConvert(const ConvertOptions& opt)
         readerOptions.checksumPolicy = 100;
         e57::Reader reader(opt.input, readerOptions);
         if (!reader.IsOpen()) {
-            errno = 0;
-            std::FILE* probe = std::fopen(opt.input.c_str(), "rb");
-            const std::string why = probe == nullptr ? ErrnoText() : "not a regular file";
-            if (probe != nullptr)
-                std::fclose(probe);
-            PrintFailure("E57-Datei konnte nicht geöffnet werden.", opt.input + ": " + why);
+            PrintFailure("E57-Datei konnte nicht geöffnet werden.", opt.input + ": " + WhyNotReadable(opt.input));
             return 1;
         }
         const int64_t scanCount = reader.GetData3DCount();

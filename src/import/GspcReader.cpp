@@ -1,6 +1,8 @@
 #include "import/GspcReader.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -70,14 +72,21 @@ GspcPoint DecodeGspcRecord(const unsigned char* record)
 
 GspcReader::GspcReader(const std::string& path)
 {
-    file_ = std::fopen(path.c_str(), "rb");
-    if (file_ == nullptr)
+    // Opened without blocking and checked before use: a FIFO or a device
+    // must be refused, not waited on.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
         throw GspcFormatError("cannot open " + path + ": " + std::strerror(errno));
     struct stat st {};
-    if (fstat(fileno(file_), &st) != 0 || !S_ISREG(st.st_mode)) {
-        std::fclose(file_);
-        file_ = nullptr;
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
         throw GspcFormatError(path + " is not a regular file");
+    }
+    ::fcntl(fd, F_SETFL, 0);
+    file_ = ::fdopen(fd, "rb");
+    if (file_ == nullptr) {
+        ::close(fd);
+        throw GspcFormatError("cannot open " + path + ": " + std::strerror(errno));
     }
     unsigned char head[kGspcHeaderSize] = {};
     const size_t got = std::fread(head, 1, sizeof head, file_);
