@@ -212,8 +212,10 @@ TEST_F(EnvironmentMatrix, FileNamesTheGeneratedFilesMustSurvive)
         {"Größe Übersicht " + tag, nullptr},
         {"Haus \"Nord\" " + tag, kNoGsm},   // the quote breaks the generated XML
         {"Scan ]]> " + tag, kNoGsm},        // so does the end of a CDATA section
-        {std::string(240, 'L') + tag, nullptr},
-        {std::string(250, 'M'), kNoPointFile},  // "_data.gspc" makes the name too long
+        // Names near the file system's limit of 255 bytes per name:
+        {tag + std::string(240 - tag.size(), 'L'), nullptr},
+        {tag + std::string(245 - tag.size(), 'X'), kNoGsm},        // "/tmp/pw_gsm_NAME.xml" is too long
+        {tag + std::string(250 - tag.size(), 'M'), kNoPointFile},  // "NAME_data.gspc" is too long
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
