@@ -7,7 +7,7 @@
 #include <limits>
 #include <random>
 
-#include "E57TestSupport.h"
+#include "support/E57TestSupport.h"
 #include "e57/BitpackDecoder.h"
 #include "e57/E57Exception.h"
 
@@ -70,51 +70,7 @@ Bytes PointsFile(const std::string& prototypeXml, uint64_t recordCount, const st
     return BuildE57(section, xml);
 }
 
-const char* kExamplePrototype =
-    "<cartesianX type=\"ScaledInteger\" minimum=\"-1000\" maximum=\"1000\" scale=\"0.001\"/>"
-    "<colorRed type=\"Integer\" minimum=\"0\" maximum=\"255\"/>";
-
-void ExpectExampleRecords(const Bytes& file)
-{
-    TempDir dir;
-    WriteFile(dir.File("example.e57"), file);
-    e57::Reader r(dir.File("example.e57"), {});
-    e57::Data3D h;
-    ASSERT_TRUE(r.ReadData3D(0, h));
-    ASSERT_EQ(h.prototype.size(), 2u);
-    EXPECT_EQ(h.prototype[0].bitWidth, 11u);
-    EXPECT_EQ(h.prototype[1].bitWidth, 8u);
-    EXPECT_EQ(h.colorLimits.colorRedMaximum, 255.0);  // no colorLimits: from the prototype
-    ScanPoints p = ReadScan(r, 0, 2);
-    EXPECT_EQ(p.blocks, (std::vector<unsigned>{2, 1}));
-    EXPECT_EQ(p.x, (std::vector<double>{500 * 0.001, -1000 * 0.001, 123 * 0.001}));
-    EXPECT_EQ(p.red, (std::vector<uint16_t>{255, 0, 128}));
-}
-
 }  // namespace
-
-TEST(BitpackDecoder, HandWorkedExampleInEveryPacketLayout)
-{
-    // Byte-minimal streams in one packet.
-    ExpectExampleRecords(PointsFile(kExamplePrototype, 3, {DataPacket({{0xDC, 0x05, 0xC0, 0x18, 0x01}, {0xFF, 0x00, 0x80}})}));
-    // The 11-bit stream padded to whole 2-byte words.
-    ExpectExampleRecords(
-        PointsFile(kExamplePrototype, 3, {DataPacket({{0xDC, 0x05, 0xC0, 0x18, 0x01, 0x00}, {0xFF, 0x00, 0x80}})}));
-    // Record 1 split between two packets, an empty packet between them and an
-    // index packet after the last one.
-    Bytes empty = {2, 0, 7, 0, 0, 0, 0, 0};
-    Bytes index(32, 0);
-    index[2] = 31;
-    index[4] = 1;
-    index[24] = 80;
-    ExpectExampleRecords(PointsFile(kExamplePrototype, 3,
-                                    {DataPacket({{0xDC, 0x05}, {0xFF}}), empty,
-                                     DataPacket({{0xC0, 0x18, 0x01}, {0x00, 0x80}}), index}));
-    // Each stream in its own packet: colour first, all of it, then x.
-    ExpectExampleRecords(PointsFile(kExamplePrototype, 3,
-                                    {DataPacket({{}, {0xFF, 0x00, 0x80}}), DataPacket({{0xDC}, {}}),
-                                     DataPacket({{0x05, 0xC0, 0x18, 0x01}, {}})}));
-}
 
 TEST(BitpackDecoder, UnpacksEveryWidthAtEveryBitOffset)
 {

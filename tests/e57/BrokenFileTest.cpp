@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "E57TestSupport.h"
+#include "support/E57TestSupport.h"
 #include "e57/E57Exception.h"
 
 using namespace e57test;
@@ -46,23 +46,9 @@ Bytes EditLogical(const Bytes& physical, const std::function<void(Bytes&)>& edit
 
 }  // namespace
 
-TEST(BrokenFile, TruncatedFilesFail)
-{
-    PW_REQUIRE_SAMPLE("bunnyFloat.e57");
-    const Bytes full = Sample("bunnyFloat.e57");
-    for (size_t pages : {1, 2, 180, 363, 365}) {
-        SCOPED_TRACE(pages);
-        Bytes cut(full.begin(), full.begin() + static_cast<long>(pages * 1024));
-        EXPECT_THAT(Outcome(cut), HasSubstr("file length"));
-        // Even with the header claiming the shorter length, the XML is gone.
-        PutU64(cut, 16, cut.size());
-        FixPageCrc(cut, 0);
-        EXPECT_NE(Outcome(cut), "");
-    }
-    Bytes odd(full.begin(), full.end() - 100);
-    EXPECT_THAT(Outcome(odd), HasSubstr("is not a whole number of 1024-byte pages"));
-}
-
+// Truncations, and damage the bad-input matrix already runs through the
+// convert command (signature, version, page size, packet types, field
+// descriptions, record counts), are not repeated here.
 TEST(BrokenFile, DamagedHeadersAndSectionsFailWithValidChecksums)
 {
     PW_REQUIRE_SAMPLE("bunnyFloat.e57");
@@ -73,27 +59,17 @@ TEST(BrokenFile, DamagedHeadersAndSectionsFailWithValidChecksums)
         const char* message;
     };
     const Case cases[] = {
-        {"signature", [](Bytes& b) { b[3] = 'X'; }, "not an E57 file: bad signature"},
-        {"version", [](Bytes& b) { b[8] = 2; }, "unsupported E57 version 2.0"},
-        {"page size", [](Bytes& b) { PutU64(b, 40, 2048); }, "page size 2048"},
         {"file length", [](Bytes& b) { PutU64(b, 16, 1024); }, "file length of 1024"},
-        {"xml offset", [](Bytes& b) { PutU64(b, 24, 1ull << 50); }, "XML section offset"},
         {"xml offset in crc", [](Bytes& b) { PutU64(b, 24, 1022); }, "XML section offset"},
         {"xml length", [](Bytes& b) { PutU64(b, 32, 1ull << 62); }, "larger than the 256 MiB accepted"},
         {"xml length past end", [](Bytes& b) { PutU64(b, 32, 5000); }, "goes beyond the end of the file"},
         {"xml length cut", [](Bytes& b) { PutU64(b, 32, 1000); }, "XML section is not well-formed"},
-        {"section id", [](Bytes& b) { b[48] = 0; }, "section id is 0 instead of 1"},
         {"reserved", [](Bytes& b) { b[52] = 1; }, "reserved header bytes are not zero"},
-        {"section length", [](Bytes& b) { PutU64(b, 56, 1ull << 60); }, "runs past the end of the file"},
         {"section length odd", [](Bytes& b) { PutU64(b, 56, 1002); }, "is not a multiple of 4"},
         {"section too short", [](Bytes& b) { PutU64(b, 56, 64); }, "record count 30571 of 97 bits each cannot fit"},
-        {"data offset zero", [](Bytes& b) { PutU64(b, 64, 0); }, "data offset 0 is outside the section"},
         {"data offset huge", [](Bytes& b) { PutU64(b, 64, ~0ull); }, "is outside the file"},
         {"index offset", [](Bytes& b) { PutU64(b, 72, 1ull << 40); }, "index offset"},
-        {"packet type", [](Bytes& b) { b[80] = 7; }, "unknown packet type 7 at logical offset 80"},
-        {"stream count", [](Bytes& b) { b[84] = 3; b[85] = 0; }, "has 3 bytestreams, the prototype has 4"},
         {"stream count huge", [](Bytes& b) { b[84] = 0xFF; b[85] = 0xFF; }, "is too short for 65535 bytestreams"},
-        {"buffer length", [](Bytes& b) { b[86] = 0xFF; b[87] = 0xFF; }, "run past its end"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -113,23 +89,12 @@ TEST(BrokenFile, HostileXmlFailsWithoutHugeAllocations)
         const char* message;
     };
     const Case cases[] = {
-        {"absurd recordCount", points, "fileOffset=\"48\" recordCount=\"999999999999999\"", "cannot fit into"},
-        {"recordCount too large", points, "fileOffset=\"48\" recordCount=\"9223372036854775808\"", "too large"},
-        {"one record more", points, "fileOffset=\"48\" recordCount=\"30572\"", "ends after 30571 of 30572 records"},
         {"negative recordCount", points, "fileOffset=\"48\" recordCount=\"-5\"", "is not a valid number"},
-        {"fileOffset past the end", points, "fileOffset=\"999999999\" recordCount=\"30571\"", "outside the file"},
-        {"fileOffset in a checksum", points, "fileOffset=\"1021\" recordCount=\"30571\"", "inside a checksum"},
         {"fileOffset on the XML", points, "fileOffset=\"372332\" recordCount=\"30571\"", "section id is 60"},
-        {"limits reversed", "<cartesianInvalidState type=\"Integer\" minimum=\"0\" maximum=\"1\"/>",
-         "<cartesianInvalidState type=\"Integer\" minimum=\"5\" maximum=\"1\"/>", "below minimum"},
-        {"bad precision", "precision=\"single\"", "precision=\"quad\"", "unknown precision 'quad'"},
-        {"blob leaf", "<cartesianInvalidState type=\"Integer\" minimum=\"0\" maximum=\"1\"/>",
-         "<cartesianInvalidState type=\"Blob\" fileOffset=\"0\" length=\"99999999999\"/>", "type 'Blob'"},
         {"junk pose", "<name type=\"String\">",
          "<pose type=\"Structure\"><rotation type=\"Structure\"><w type=\"Float\">1.0x</w></rotation></pose>"
          "<name type=\"String\">",
          "is not a valid number"},
-        {"unclosed", "</e57Root>", "</e57Rot>", "not well-formed"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -157,15 +122,6 @@ TEST(BrokenFile, HostileXmlFailsWithoutHugeAllocations)
         many += "<a/>";
     EXPECT_THAT(Outcome(WithXml(good, Replace(xml, "<data3D", many + "<data3D"))),
                 HasSubstr("more than 1000000 elements"));
-    // Structures nested far deeper than any prototype needs.
-    std::string deep;
-    for (int i = 0; i < 5000; ++i)
-        deep += "<s type=\"Structure\">";
-    for (int i = 0; i < 5000; ++i)
-        deep += "</s>";
-    EXPECT_THAT(Outcome(WithXml(good, Replace(xml, "<prototype type=\"Structure\">",
-                                              "<prototype type=\"Structure\">" + deep))),
-                HasSubstr("nests Structures more than"));
 }
 
 // Every single-byte change of the binary structures, with checksums redone:

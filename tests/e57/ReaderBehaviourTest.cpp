@@ -3,10 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <chrono>
 
-#include "E57TestSupport.h"
+#include "support/E57TestSupport.h"
 #include "e57/E57Exception.h"
 
 using namespace e57test;
@@ -63,7 +64,7 @@ TEST(ReaderBehaviour, PathsTheSystemCannotOpenGiveAClosedReader)
     TempDir dir;
     e57::ReaderOptions opt;
     EXPECT_FALSE(e57::Reader(dir.File("missing.e57"), opt).IsOpen());
-    EXPECT_FALSE(e57::Reader(dir.Path(), opt).IsOpen());
+    EXPECT_FALSE(e57::Reader(dir.Path().string(), opt).IsOpen());
     ASSERT_EQ(::mkfifo(dir.File("fifo.e57").c_str(), 0600), 0);
     auto start = std::chrono::steady_clock::now();
     e57::Reader fifo(dir.File("fifo.e57"), opt);  // must not wait for a writer

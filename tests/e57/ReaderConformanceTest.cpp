@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-#include "E57TestSupport.h"
+#include "support/E57TestSupport.h"
 #include "e57/E57Exception.h"
 
 using namespace e57test;

@@ -2,7 +2,7 @@
 // taken from the prototype, field descriptions of every kind.
 #include <gtest/gtest.h>
 
-#include "E57TestSupport.h"
+#include "support/E57TestSupport.h"
 #include "e57/E57Exception.h"
 
 using namespace e57test;

@@ -192,13 +192,12 @@ void CheckHeader(const Scan& s, const e57::Data3D& d)
     EXPECT_EQ(uint64_t(d.pointCount), s.count);
     const e57::RigidBodyTransform identity;
     const e57::RigidBodyTransform& pose = h.hasPose ? h.pose : identity;
-    EXPECT_TRUE(SameBits(d.pose.rotation.w, pose.rotation.w));
-    EXPECT_TRUE(SameBits(d.pose.rotation.x, pose.rotation.x));
-    EXPECT_TRUE(SameBits(d.pose.rotation.y, pose.rotation.y));
-    EXPECT_TRUE(SameBits(d.pose.rotation.z, pose.rotation.z));
-    EXPECT_TRUE(SameBits(d.pose.translation.x, pose.translation.x));
-    EXPECT_TRUE(SameBits(d.pose.translation.y, pose.translation.y));
-    EXPECT_TRUE(SameBits(d.pose.translation.z, pose.translation.z));
+    const double got[] = {d.pose.rotation.w,    d.pose.rotation.x,    d.pose.rotation.y,   d.pose.rotation.z,
+                          d.pose.translation.x, d.pose.translation.y, d.pose.translation.z};
+    const double want[] = {pose.rotation.w,    pose.rotation.x,    pose.rotation.y,   pose.rotation.z,
+                           pose.translation.x, pose.translation.y, pose.translation.z};
+    for (int i = 0; i < 7; ++i)
+        EXPECT_TRUE(SameBits(got[i], want[i])) << "pose value " << i;
     if (h.hasColorLimits) {
         EXPECT_EQ(d.colorLimits.colorGreenMaximum, 65535);
         EXPECT_EQ(d.colorLimits.colorBlueMinimum, 2.5);
@@ -333,19 +332,35 @@ TEST(WriterRoundTrip, RandomScansReadBackBitForBit)
 // 8/16-bit colours and flags from their buffer types.
 TEST(WriterRoundTrip, WritePointsFromStandardBuffers)
 {
+    struct Points {
+        std::vector<double> r, az, el;
+        std::vector<uint16_t> red, green, blue;
+        std::vector<int8_t> invalid;
+        explicit Points(size_t n) : r(n), az(n), el(n), red(n), green(n), blue(n), invalid(n) {}
+        e57::Data3DPointsData_d At(size_t i)
+        {
+            e57::Data3DPointsData_d b;
+            b.sphericalRange = &r[i];
+            b.sphericalAzimuth = &az[i];
+            b.sphericalElevation = &el[i];
+            b.colorRed = &red[i];
+            b.colorGreen = &green[i];
+            b.colorBlue = &blue[i];
+            b.isColorInvalid = &invalid[i];
+            return b;
+        }
+    };
     const std::string path = TempPath("standard");
     const size_t n = 70000;
-    std::vector<double> r(n), az(n), el(n);
-    std::vector<uint16_t> red(n), green(n), blue(n);
-    std::vector<int8_t> invalid(n);
+    Points in(n), out(n);
     for (size_t i = 0; i < n; ++i) {
-        r[i] = 0.5 + double(i) * 0.001;
-        az[i] = -3.0 + double(i % 600) * 0.01;
-        el[i] = -1.5 + double(i % 300) * 0.01;
-        red[i] = uint16_t(i * 7);
-        green[i] = uint16_t(65535 - i);
-        blue[i] = uint16_t(i % 2 ? 65535 : 0);
-        invalid[i] = int8_t(i % 11 == 0);
+        in.r[i] = 0.5 + double(i) * 0.001;
+        in.az[i] = -3.0 + double(i % 600) * 0.01;
+        in.el[i] = -1.5 + double(i % 300) * 0.01;
+        in.red[i] = uint16_t(i * 7);
+        in.green[i] = uint16_t(65535 - i);
+        in.blue[i] = uint16_t(i % 2 ? 65535 : 0);
+        in.invalid[i] = int8_t(i % 11 == 0);
     }
     {
         e57::Writer w(path);
@@ -354,24 +369,8 @@ TEST(WriterRoundTrip, WritePointsFromStandardBuffers)
         h.prototype = e57::SphericalFields(e57::FieldEncoding::Double);
         e57::AddColorFields(h, 65535, true);
         w.BeginScan(h);
-        e57::Data3DPointsData_d b;
-        b.sphericalRange = r.data();
-        b.sphericalAzimuth = az.data();
-        b.sphericalElevation = el.data();
-        b.colorRed = red.data();
-        b.colorGreen = green.data();
-        b.colorBlue = blue.data();
-        b.isColorInvalid = invalid.data();
-        w.WritePoints(n / 2, b);
-        e57::Data3DPointsData_d rest = b;
-        rest.sphericalRange += n / 2;
-        rest.sphericalAzimuth += n / 2;
-        rest.sphericalElevation += n / 2;
-        rest.colorRed += n / 2;
-        rest.colorGreen += n / 2;
-        rest.colorBlue += n / 2;
-        rest.isColorInvalid += n / 2;
-        w.WritePoints(n - n / 2, rest);
+        w.WritePoints(n / 2, in.At(0));
+        w.WritePoints(n - n / 2, in.At(n / 2));
         e57::Data3DPointsData_d missing;
         EXPECT_THROW(w.WritePoints(1, missing), e57::E57Exception);
         w.EndScan();
@@ -386,25 +385,10 @@ TEST(WriterRoundTrip, WritePointsFromStandardBuffers)
     EXPECT_FALSE(d.hasCartesianBounds);
     EXPECT_EQ(d.colorLimits.colorBlueMaximum, 65535);
     EXPECT_TRUE(d.pointFields.isColorInvalidField);
-    std::vector<double> r2(n), az2(n), el2(n);
-    std::vector<uint16_t> red2(n), green2(n), blue2(n);
-    std::vector<int8_t> invalid2(n);
-    e57::Data3DPointsData_d b;
-    b.sphericalRange = r2.data();
-    b.sphericalAzimuth = az2.data();
-    b.sphericalElevation = el2.data();
-    b.colorRed = red2.data();
-    b.colorGreen = green2.data();
-    b.colorBlue = blue2.data();
-    b.isColorInvalid = invalid2.data();
-    e57::CompressedVectorReader cv = reader.SetUpData3DPointsData(0, n, b);
+    e57::CompressedVectorReader cv = reader.SetUpData3DPointsData(0, n, out.At(0));
     EXPECT_EQ(cv.read(), n);
-    EXPECT_EQ(r2, r);
-    EXPECT_EQ(az2, az);
-    EXPECT_EQ(el2, el);
-    EXPECT_EQ(red2, red);
-    EXPECT_EQ(green2, green);
-    EXPECT_EQ(blue2, blue);
-    EXPECT_EQ(invalid2, invalid);
+    EXPECT_TRUE(out.r == in.r && out.az == in.az && out.el == in.el);
+    EXPECT_TRUE(out.red == in.red && out.green == in.green && out.blue == in.blue);
+    EXPECT_EQ(out.invalid, in.invalid);
     std::remove(path.c_str());
 }

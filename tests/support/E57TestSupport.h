@@ -1,13 +1,10 @@
 #pragma once
-// Helpers for the reader tests: sample file paths, temporary copies, and
-// building or patching E57 files at the byte level (pages and checksums).
+// Building, reading and patching E57 files at the byte level (pages and
+// checksums), and reading scans back whole.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -16,20 +13,22 @@
 
 #include "e57/Crc32c.h"
 #include "e57/Reader.h"
+#include "support/TestSupport.h"
 
 namespace e57test {
 
 using Bytes = std::vector<uint8_t>;
 
+using pwtest::TempDir;
+
 inline std::string Sample(const std::string& name)
 {
-    return std::string(PW_SHARED_DIR) + "/e57/" + name;
+    return pwtest::SamplePath(name);
 }
 
 inline bool SampleExists(const std::string& name)
 {
-    struct stat st {};
-    return ::stat(Sample(name).c_str(), &st) == 0;
+    return pwtest::SamplePresent(name);
 }
 
 #define PW_REQUIRE_SAMPLE(name)                                                                         \
@@ -49,22 +48,6 @@ inline void WriteFile(const std::string& path, const Bytes& data)
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
 }
-
-// A folder under /tmp that is removed with its files.
-class TempDir {
-public:
-    TempDir()
-    {
-        char tmpl[] = "/tmp/pw_e57_test_XXXXXX";
-        path_ = ::mkdtemp(tmpl);
-    }
-    ~TempDir() { std::system(("rm -rf '" + path_ + "'").c_str()); }
-    std::string File(const std::string& name) const { return path_ + "/" + name; }
-    const std::string& Path() const { return path_; }
-
-private:
-    std::string path_;
-};
 
 inline void PutU64(Bytes& b, size_t at, uint64_t v)
 {
