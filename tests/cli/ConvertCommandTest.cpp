@@ -1,41 +1,21 @@
 // punktwolke convert, run as a separate process.
 #include <gtest/gtest.h>
 
-#include <openssl/evp.h>
-#include <sys/stat.h>
-
 #include <cstring>
 #include <string>
 
-#include "PunktwolkeRun.h"
-#include "e57/Writer.h"
+#include "support/E57Files.h"
+#include "support/PunktwolkeRun.h"
 
 using pwtest::RunPunktwolke;
 
 namespace {
 
-std::string Sample(const char* name)
-{
-    return std::string(PW_SHARED_DIR) + "/e57/" + name;
-}
+using pwtest::SamplePath;
 
 bool SamplesPresent()
 {
-    struct stat st {};
-    return stat(Sample("bunnyFloat.e57").c_str(), &st) == 0;
-}
-
-std::string Sha256Hex(const std::string& data)
-{
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int len = 0;
-    EVP_Digest(data.data(), data.size(), digest, &len, EVP_sha256(), nullptr);
-    std::string out;
-    for (unsigned i = 0; i < len; ++i) {
-        out += "0123456789abcdef"[digest[i] >> 4];
-        out += "0123456789abcdef"[digest[i] & 15];
-    }
-    return out;
+    return pwtest::SamplePresent("bunnyFloat.e57");
 }
 
 float FloatAt(const std::string& d, size_t off)
@@ -48,19 +28,7 @@ float FloatAt(const std::string& d, size_t off)
 // Three points (1, 4, -1), (2, 5, 0), (3, 6, 1) in one scan.
 void WriteSmallE57(const std::string& path)
 {
-    e57::Writer w(path);
-    e57::ScanHeader h;
-    h.guid = "{small}";
-    h.prototype = e57::CartesianFields(e57::FieldEncoding::Float);
-    w.BeginScan(h);
-    double x[3] = {1, 2, 3}, y[3] = {4, 5, 6}, z[3] = {-1, 0, 1};
-    e57::Data3DPointsData_t<double> b;
-    b.cartesianX = x;
-    b.cartesianY = y;
-    b.cartesianZ = z;
-    w.WritePoints(3, b);
-    w.EndScan();
-    w.Close();
+    pwtest::WriteLineScans(path, {3}, {1, 1}, {1, 4}, {1, -1}, e57::FieldEncoding::Float);
 }
 
 }  // namespace
@@ -87,10 +55,10 @@ TEST(ConvertCommand, OutputMatchesThePublishedPointFile)
     if (!SamplesPresent())
         GTEST_SKIP() << "shared sample folder is absent";
     const std::string out = pwtest::ScratchDir("convert_sample") + "/bunny.gspc";
-    const auto r = RunPunktwolke({"convert", Sample("bunnyFloat.e57"), "-d", "25", "-o", out});
+    const auto r = RunPunktwolke({"convert", SamplePath("bunnyFloat.e57"), "-d", "25", "-o", out});
     ASSERT_EQ(r.exitCode, 0) << r.err;
     EXPECT_NE(r.out.find("kept points: 7643\n"), std::string::npos) << r.out;
-    EXPECT_EQ(Sha256Hex(pwtest::Slurp(out)), "d846b2395a36bf9ece7e88ca31add7190601d4d30b9a0c803012450ac0c09882");
+    EXPECT_EQ(pwtest::Sha256Hex(pwtest::Slurp(out)), "d846b2395a36bf9ece7e88ca31add7190601d4d30b9a0c803012450ac0c09882");
 }
 
 TEST(ConvertCommand, WrongUsageExitsWithTwo)
@@ -118,12 +86,12 @@ TEST(ConvertCommand, FailuresGiveOneClearLine)
     };
     const Case cases[] = {
         {{"convert", dir + "/missing.e57", "-o", dir + "/x.gspc"}, "E57-Datei konnte nicht geöffnet werden. ("},
-        {{"convert", Sample("empty.e57"), "-o", dir + "/x.gspc"}, "E57-Datei enthält keine Scans."},
-        {{"convert", Sample("bad-crc.e57"), "-o", dir + "/x.gspc"}, "E57-Konvertierung fehlgeschlagen. (checksum"},
-        {{"convert", Sample("InvalidCVHeader.e57"), "-o", dir + "/x.gspc"}, "E57-Konvertierung fehlgeschlagen. ("},
-        {{"convert", Sample("bunnyFloat.e57"), "-o", dir + "/no/such/folder/x.gspc"},
+        {{"convert", SamplePath("empty.e57"), "-o", dir + "/x.gspc"}, "E57-Datei enthält keine Scans."},
+        {{"convert", SamplePath("bad-crc.e57"), "-o", dir + "/x.gspc"}, "E57-Konvertierung fehlgeschlagen. (checksum"},
+        {{"convert", SamplePath("InvalidCVHeader.e57"), "-o", dir + "/x.gspc"}, "E57-Konvertierung fehlgeschlagen. ("},
+        {{"convert", SamplePath("bunnyFloat.e57"), "-o", dir + "/no/such/folder/x.gspc"},
          "GSPC-Datei konnte nicht angelegt werden. ("},
-        {{"convert", Sample("bunnyFloat.e57"), "-o", dir}, "GSPC-Datei konnte nicht angelegt werden. ("},
+        {{"convert", SamplePath("bunnyFloat.e57"), "-o", dir}, "GSPC-Datei konnte nicht angelegt werden. ("},
     };
     for (const Case& c : cases) {
         const auto r = RunPunktwolke(c.args);
@@ -152,7 +120,7 @@ TEST(ConvertCommand, CtrlCCancelsAndLeavesAClosedPartialFile)
     const std::string out = pwtest::ScratchDir("convert_cancel") + "/cancel.gspc";
     pwtest::RunOptions interrupted;
     interrupted.pendingSigint = true;
-    const auto r = RunPunktwolke({"convert", Sample("bunnyFloat.e57"), "-d", "100", "-o", out}, interrupted);
+    const auto r = RunPunktwolke({"convert", SamplePath("bunnyFloat.e57"), "-d", "100", "-o", out}, interrupted);
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_EQ(r.err, "Import abgebrochen.\n");
     EXPECT_EQ(r.out, "");

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "PunktwolkeRun.h"
-#include "e57/Writer.h"
+#include "support/E57Files.h"
+#include "support/PunktwolkeRun.h"
 
 namespace fs = std::filesystem;
 using pwtest::RunPunktwolke;
@@ -19,20 +19,7 @@ namespace {
 // One scan of `points` points along a line, without colour.
 void WriteE57(const std::string& file, size_t points)
 {
-    e57::Writer writer(file);
-    std::vector<double> x(points), y(points), z(points);
-    for (size_t i = 0; i < points; ++i) {
-        x[i] = static_cast<double>(i);
-        y[i] = 1.0;
-        z[i] = static_cast<double>(i) * 0.5;
-    }
-    e57::ScanHeader header;
-    header.guid = "{line}";
-    header.prototype = e57::CartesianFields(e57::FieldEncoding::Double);
-    writer.BeginScan(header);
-    writer.WriteColumns(points, {{x.data(), nullptr}, {y.data(), nullptr}, {z.data(), nullptr}});
-    writer.EndScan();
-    writer.Close();
+    pwtest::WriteLineScans(file, {points}, {1, 0}, {0, 1}, {0.5, 0});
 }
 
 std::string Converter()

@@ -1,28 +1,20 @@
 // punktwolke info, run as a separate process.
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "PunktwolkeRun.h"
 #include "e57/Writer.h"
+#include "support/PunktwolkeRun.h"
 
 using pwtest::RunPunktwolke;
 
 namespace {
 
-std::string Sample(const char* name)
-{
-    return std::string(PW_SHARED_DIR) + "/e57/" + name;
-}
-
 bool SamplesPresent()
 {
-    struct stat st {};
-    return stat(Sample("bunnyInt32.e57").c_str(), &st) == 0;
+    return pwtest::SamplePresent("bunnyInt32.e57");
 }
 
 // Two scans: scaled-integer coordinates with a pose, float coordinates with 16-bit colour.
@@ -63,7 +55,7 @@ std::string WriteTwoScans(const std::string& path)
 
 }  // namespace
 
-TEST(InfoCommand, TextAndJsonShowScansFieldsPoseAndChecksums)
+TEST(InfoCommand, TextAndJsonShowScansFieldsPoseAndChecksumsThenADamagedPage)
 {
     const std::string file = WriteTwoScans(pwtest::ScratchDir("info") + "/two.e57");
     const auto text = RunPunktwolke({"info", file});
@@ -89,21 +81,17 @@ TEST(InfoCommand, TextAndJsonShowScansFieldsPoseAndChecksums)
     EXPECT_EQ(second["hasColour"], true);
     EXPECT_EQ(second["colourLimits"]["green"][1], 65535.0);
     EXPECT_EQ(second["fields"][3]["bitWidth"], 16);
-}
 
-TEST(InfoCommand, DamagedDataPageIsReported)
-{
-    const std::string file = WriteTwoScans(pwtest::ScratchDir("info_damaged") + "/two.e57");
     {
         // Page 2 lies in the first scan's binary data, far from the XML at the end.
         std::fstream f(file, std::ios::in | std::ios::out | std::ios::binary);
         f.seekp(2 * 1024 + 100);
         f.put('\x5A');
     }
-    const auto r = RunPunktwolke({"info", file});
-    EXPECT_EQ(r.exitCode, 1);
-    EXPECT_NE(r.out.find("checksums: 1 bad pages"), std::string::npos) << r.out;
-    EXPECT_EQ(pwtest::LineCount(r.err), 1u) << r.err;
+    const auto damaged = RunPunktwolke({"info", file});
+    EXPECT_EQ(damaged.exitCode, 1);
+    EXPECT_NE(damaged.out.find("checksums: 1 bad pages"), std::string::npos) << damaged.out;
+    EXPECT_EQ(pwtest::LineCount(damaged.err), 1u) << damaged.err;
 }
 
 TEST(InfoCommand, FailuresAndUsage)
@@ -120,12 +108,12 @@ TEST(InfoCommand, FailuresAndUsage)
 
     if (!SamplesPresent())
         GTEST_SKIP() << "shared sample folder is absent";
-    const auto bad = RunPunktwolke({"info", Sample("bad-crc.e57")});
+    const auto bad = RunPunktwolke({"info", pwtest::SamplePath("bad-crc.e57")});
     EXPECT_EQ(bad.exitCode, 1);
     EXPECT_EQ(bad.err.rfind("E57-Datei konnte nicht geöffnet werden. (checksum", 0), 0u) << bad.err;
     EXPECT_EQ(pwtest::LineCount(bad.err), 1u);
 
-    const auto none = RunPunktwolke({"info", Sample("empty.e57"), "--json"});
+    const auto none = RunPunktwolke({"info", pwtest::SamplePath("empty.e57"), "--json"});
     EXPECT_EQ(none.exitCode, 0);
     EXPECT_EQ(nlohmann::json::parse(none.out)["scanCount"], 0);
 }

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "PunktwolkeRun.h"
+#include "support/PunktwolkeRun.h"
 #include "import/GspcWriter.h"
 
 using pwtest::RunPunktwolke;

@@ -1,46 +1,25 @@
 // punktwolke synth: exit codes, determinism, and files the reader takes apart
 // into plausible scans of the building.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "e57/Reader.h"
+#include "support/PunktwolkeRun.h"
 
 namespace {
 
-struct SynthRun {
-    int exitCode = -1;
-    std::string out, err;
-};
-
-std::string Slurp(const std::string& path)
+pwtest::RunResult Synth(const std::string& args)
 {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-SynthRun Synth(const std::string& args)
-{
-    const std::string base = ::testing::TempDir() + "pw_synthcmd_" + std::to_string(getpid());
-    const std::string cmd = std::string(PW_BINARY_DIR) + "/src/punktwolke synth " + args + " >" + base + ".out 2>" +
-                            base + ".err </dev/null";
-    const int status = std::system(cmd.c_str());
-    SynthRun r;
-    if (status != -1 && WIFEXITED(status))
-        r.exitCode = WEXITSTATUS(status);
-    r.out = Slurp(base + ".out");
-    r.err = Slurp(base + ".err");
-    std::remove((base + ".out").c_str());
-    std::remove((base + ".err").c_str());
-    return r;
+    std::vector<std::string> argv{"synth"};
+    std::istringstream words(args);
+    for (std::string w; words >> w;)
+        argv.push_back(w);
+    return pwtest::RunPunktwolke(argv);
 }
 
 std::string Temp(const std::string& name)
@@ -53,16 +32,16 @@ std::string Temp(const std::string& name)
 TEST(SynthCommand, SameSeedSameBytesOtherSeedOtherBytes)
 {
     const std::string a = Temp("a"), b = Temp("b"), c = Temp("c");
-    const SynthRun ra = Synth(a + " --points 30001 --scans 5 --seed 7");
+    const pwtest::RunResult ra = Synth(a + " --points 30001 --scans 5 --seed 7");
     ASSERT_EQ(ra.exitCode, 0) << ra.err;
     EXPECT_NE(ra.out.find("30001 points in 5 scans"), std::string::npos) << ra.out;
     EXPECT_EQ(ra.err, "");
     ASSERT_EQ(Synth(b + " --points 30001 --scans 5 --seed 7").exitCode, 0);
     ASSERT_EQ(Synth(c + " --points 30001 --scans 5 --seed 8").exitCode, 0);
-    const std::string bytesA = Slurp(a);
+    const std::string bytesA = pwtest::Slurp(a);
     EXPECT_GT(bytesA.size(), 30001u * 12);
-    EXPECT_TRUE(bytesA == Slurp(b));
-    EXPECT_FALSE(bytesA == Slurp(c));
+    EXPECT_TRUE(bytesA == pwtest::Slurp(b));
+    EXPECT_FALSE(bytesA == pwtest::Slurp(c));
     for (const std::string& p : {a, b, c})
         std::remove(p.c_str());
 }
@@ -132,7 +111,7 @@ TEST(SynthCommand, ScansArePlausible)
 
 TEST(SynthCommand, ExitCodesForFailureUsageAndHelp)
 {
-    const SynthRun unwritable = Synth("/nonexistent-folder/out.e57 --points 10");
+    const pwtest::RunResult unwritable = Synth("/nonexistent-folder/out.e57 --points 10");
     EXPECT_EQ(unwritable.exitCode, 1);
     EXPECT_EQ(unwritable.err.rfind("punktwolke synth: ", 0), 0u) << unwritable.err;
     EXPECT_EQ(std::count(unwritable.err.begin(), unwritable.err.end(), '\n'), 1);
@@ -141,7 +120,7 @@ TEST(SynthCommand, ExitCodesForFailureUsageAndHelp)
     EXPECT_EQ(Synth(Temp("usage") + " --scans 0").exitCode, 2);
     EXPECT_EQ(Synth(Temp("usage") + " --points many").exitCode, 2);
     EXPECT_EQ(Synth(Temp("usage") + " --colour").exitCode, 2);
-    const SynthRun help = Synth("--help");
+    const pwtest::RunResult help = Synth("--help");
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_NE(help.out.find("--points"), std::string::npos);
     std::remove(Temp("usage").c_str());

@@ -7,10 +7,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
+
+#include "support/TestSupport.h"
 
 extern char** environ;
 
@@ -30,12 +30,6 @@ struct RunOptions {
 inline std::string BinaryPath()
 {
     return std::string(PW_BINARY_DIR) + "/src/punktwolke";
-}
-
-inline std::string Slurp(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 inline std::string ScratchDir(const std::string& name)
