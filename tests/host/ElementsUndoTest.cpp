@@ -1,4 +1,5 @@
-// Object elements and undoable commands of the simulated host.
+// Object elements and undoable commands of the simulated host: the strictness
+// and undo that the command tests rely on.
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -60,71 +61,6 @@ TEST_F(ElementsFixture, ModelChangesOutsideAnUndoableCommandAreRefused)
     EXPECT_EQ(h.Elements().Count(), 1u);
     EXPECT_EQ(h.Calls().Problems().size(), 3u);
     elements.DisposeElemMemoHdls(memo);
-    EXPECT_EQ(h.Handles().Outstanding(), 0u);
-}
-
-TEST_F(ElementsFixture, CreateTakesTheRecordAndMemoAndChecksStoryAndPart)
-{
-    host::Element e;
-    e.typeID = host::API_ObjectID;
-    host::ElementMemo memo;
-    ASSERT_EQ(elements.GetDefaults(e, memo), host::NoError);
-    EXPECT_EQ(e.level, 1.5);   // the tool's default, which placement overrides
-    ASSERT_NE(memo.params, nullptr);
-    (*memo.params)[0].real = 7.0;
-    e.libInd = part;
-    e.floorInd = 2;
-    e.posX = 1.25;
-
-    undo.CallUndoableCommand("x", [&] {
-        EXPECT_EQ(elements.Create(e, memo), host::NoError);
-        host::Element wrongStory = e;
-        wrongStory.floorInd = 4;
-        EXPECT_EQ(elements.Create(wrongStory, memo), sim::APIERR_INVALFLOOR);
-        host::Element wrongPart = e;
-        wrongPart.libInd = 2;
-        EXPECT_EQ(elements.Create(wrongPart, memo), sim::APIERR_BADINDEX);
-        return host::NoError;
-    });
-    elements.DisposeElemMemoHdls(memo);
-
-    host::Element got;
-    got.guid = e.guid;
-    ASSERT_EQ(elements.Get(got), host::NoError);
-    EXPECT_EQ(got.floorInd, 2);
-    EXPECT_EQ(got.libInd, part);
-    EXPECT_EQ(got.posX, 1.25);
-    ASSERT_EQ(h.Elements().Count(), 1u);
-    EXPECT_EQ(h.Elements().Objects()[0].params[0].real, 7.0);   // the memo's values, not the part's
-
-    std::vector<host::Guid> guids;
-    EXPECT_EQ(elements.GetElemList(host::API_ObjectID, guids), host::NoError);
-    EXPECT_EQ(guids, std::vector<host::Guid>{e.guid});
-    EXPECT_EQ(elements.GetElemList(5, guids), host::NoError);
-    EXPECT_TRUE(guids.empty());
-}
-
-TEST_F(ElementsFixture, MemosAreCopiesUntilChangedInsideACommand)
-{
-    const host::Guid placed = Place(0);
-    host::ElementMemo memo;
-    ASSERT_EQ(elements.GetMemo(placed, memo, host::APIMemoMask_AddPars), host::NoError);
-    (*memo.params)[1].real = 99.0;
-    EXPECT_EQ(h.Elements().Find(placed)->params[1].real, 5.0);
-
-    ASSERT_EQ(undo.CallUndoableCommand("Punktwolkendichte anpassen",
-                                       [&] { return elements.ChangeMemo(placed, host::APIMemoMask_AddPars, memo); }),
-              host::NoError);
-    EXPECT_EQ(h.Elements().Find(placed)->params[1].real, 99.0);
-    elements.DisposeElemMemoHdls(memo);
-
-    host::Guid unknown;
-    unknown.bytes[0] = 1;
-    EXPECT_EQ(elements.GetMemo(unknown, memo, host::APIMemoMask_AddPars), sim::APIERR_BADID);
-    h.Faults().FailFor(sim::Op::ElementGet, placed, sim::APIERR_DELETED);
-    host::Element e;
-    e.guid = placed;
-    EXPECT_EQ(elements.Get(e), sim::APIERR_DELETED);
     EXPECT_EQ(h.Handles().Outstanding(), 0u);
 }
 

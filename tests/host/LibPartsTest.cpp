@@ -1,5 +1,5 @@
-// Library part queries of the simulated host: names, indexes, parameter
-// handles and their accounting, the parameter editing scope, forced errors.
+// Library part queries of the simulated host: parameter handles and their
+// accounting, the parameter editing scope, forced errors.
 #include <string>
 #include <vector>
 
@@ -22,24 +22,6 @@ struct LibPartsFixture : ::testing::Test {
 };
 
 }  // namespace
-
-TEST_F(LibPartsFixture, GetGivesUtf16NamesCutToTheBufferAndRefusesOtherIndexes)
-{
-    host::LibPart lp;
-    lp.index = 1;
-    ASSERT_EQ(parts.Get(lp), host::NoError);
-    EXPECT_EQ(sim::GetUni(lp.docu_UName), u"Gebäude Süd");
-
-    lp.index = 3;
-    ASSERT_EQ(parts.Get(lp), host::NoError);
-    EXPECT_EQ(sim::GetUni(lp.docu_UName).size(), 255u);
-    EXPECT_EQ(lp.docu_UName[255], 0);
-
-    for (int32_t bad : {0, 4, -1}) {
-        lp.index = bad;
-        EXPECT_EQ(parts.Get(lp), sim::APIERR_BADINDEX) << bad;
-    }
-}
 
 TEST_F(LibPartsFixture, EveryHandedOutHandleIsAccountedUntilDisposedOnce)
 {

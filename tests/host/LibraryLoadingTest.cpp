@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "TempDir.h"
+#include "support/TestSupport.h"
+
+using pwtest::TempDir;
 #include "host/sim/SimulatedHost.h"
 #include "host/sim/StandInLibPartFile.h"
 

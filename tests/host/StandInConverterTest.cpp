@@ -3,8 +3,6 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,11 +10,13 @@
 #include <gtest/gtest.h>
 
 #include "LibPartXmlSample.h"
-#include "TempDir.h"
 #include "host/sim/SimulatedHost.h"
 #include "host/sim/StandInLibPartFile.h"
 #include "host/sim/StandInXmlConverter.h"
 #include "import/WriteGsmViaXml.h"
+#include "support/TestSupport.h"
+
+using pwtest::TempDir;
 
 namespace {
 
@@ -71,14 +71,6 @@ int RunShell(const std::string& command)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1000;
 }
 
-std::string ReadAll(const std::filesystem::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 }  // namespace
 
 TEST(StandInConverter, GeneratedLayoutYieldsTypesFlagsValuesAndPointFile)
@@ -114,12 +106,8 @@ TEST(StandInConverter, GeneratedLayoutYieldsTypesFlagsValuesAndPointFile)
     EXPECT_EQ(Param(part, "sE57Path")->typeID, host::APIParT_CString);
     EXPECT_EQ(Param(part, "sE57Path")->text, "/Users/jürgen/Scans/Gebäude 1.e57");
     EXPECT_EQ(Param(part, "scaleRatioXY")->description, "");
-}
 
-TEST(StandInConverter, EmptySourcePathIsAValidEmptyString)
-{
-    LibPartXmlSample sample;
-    sample.e57Path = "";
+    sample.e57Path = "";  // an empty source path is a valid empty string
     EXPECT_EQ(Errors(sample.Xml()), "");
 }
 
@@ -206,62 +194,8 @@ TEST(StandInConverter, RefusesEveryClassOfBrokenLibPart)
     }
 }
 
-TEST(StandInLibPartFile, RoundTripsEveryFieldExactly)
-{
-    sim::StandInLibPart part;
-    part.mainGuid = "4F3C2B1A-0D9E-4C8B-A76F-5E4D3C2B1A09";
-    part.pointCloudFile = "Gebäude_data.gspc";
-    part.params = {
-        {"A", host::APIParT_Length, sim::kParFlgFixed, 0.1, "", "Dimension 1"},
-        {"big", host::APIParT_RealNum, 0, -1.2345678901234567e300, "", ""},
-        {"iTotalPoints", host::APIParT_Integer, sim::kParFlgHidden, 9007199254740993.0, "", "Gesamtpunkte"},
-        {"sE57Path", host::APIParT_CString, sim::kParFlgHidden | sim::kParFlgFixed, 0,
-         "/a b/\"q\"\\back\nnew\ttab ü", "E57 \"Quelle\""},
-        {"tRep3D", host::APIParT_Title, 0, 0, "", "3D Representation"},
-    };
-    TempDir dir;
-    const auto file = dir.Path() / "Part.gsm";
-    std::string error;
-    ASSERT_TRUE(sim::WriteStandInLibPart(file, part, error)) << error;
-    sim::StandInLibPart back;
-    ASSERT_TRUE(sim::ReadStandInLibPart(file, back, error)) << error;
-
-    EXPECT_EQ(back.mainGuid, part.mainGuid);
-    EXPECT_EQ(back.pointCloudFile, part.pointCloudFile);
-    ASSERT_EQ(back.params.size(), part.params.size());
-    for (size_t i = 0; i < part.params.size(); ++i) {
-        EXPECT_EQ(back.params[i].name, part.params[i].name);
-        EXPECT_EQ(back.params[i].typeID, part.params[i].typeID);
-        EXPECT_EQ(back.params[i].flags, part.params[i].flags);
-        EXPECT_EQ(back.params[i].number, part.params[i].number);
-        EXPECT_EQ(back.params[i].text, part.params[i].text);
-        EXPECT_EQ(back.params[i].description, part.params[i].description);
-    }
-}
-
-TEST(StandInLibPartFile, RefusesDamagedFiles)
-{
-    sim::StandInLibPart part;
-    part.mainGuid = "4F3C2B1A-0D9E-4C8B-A76F-5E4D3C2B1A09";
-    part.params = {{"A", host::APIParT_Length, 4, 1.0, "", "x"}};
-    const std::string good = sim::FormatStandInLibPart(part);
-    sim::StandInLibPart back;
-    std::string error;
-    ASSERT_TRUE(sim::ParseStandInLibPart(good, back, error)) << error;
-
-    const std::vector<std::string> bad = {
-        "",
-        good.substr(0, good.size() - 4),                                   // truncated: no end record
-        "GSM\n" + good.substr(good.find('\n') + 1),                          // wrong header
-        Replaced(good, "param Length A 4 1", "param Length A 4 one"),       // value
-        Replaced(good, "param Length", "param Lenght"),                     // type
-        Replaced(good, "\"x\"", "\"x"),                                     // unterminated quote
-        good + "param Length B 0 1 \"\"\n",                                 // text after end
-    };
-    for (const auto& text : bad) {
-        EXPECT_FALSE(sim::ParseStandInLibPart(text, back, error)) << text;
-    }
-}
+// The stand-in's own file format is written and read back whole by
+// AcceptsTheImportsGeneratedLibPart below.
 
 #ifdef PW_LPXMLCONVERTER
 
@@ -284,7 +218,7 @@ TEST(StandInConverterProgram, WritesTheLibPartOnlyForGoodXmlAndReportsFailuresBy
     const auto badGsm = dir.Path() / "Bad.gsm";
     EXPECT_EQ(RunShell(exe + " xml2libpart " + bad.string() + " " + badGsm.string() + " > " + out.string() + " 2>&1"), 1);
     EXPECT_FALSE(std::filesystem::exists(badGsm));
-    EXPECT_NE(ReadAll(out).find("sE57Path"), std::string::npos) << ReadAll(out);
+    EXPECT_NE(pwtest::Slurp(out).find("sE57Path"), std::string::npos) << pwtest::Slurp(out);
 
     EXPECT_EQ(RunShell(exe + " libpart2xml " + good.string() + " " + gsm.string() + " 2>/dev/null"), 2);
     EXPECT_EQ(RunShell(exe + " xml2libpart " + good.string() + " 2>/dev/null"), 2);
@@ -293,21 +227,13 @@ TEST(StandInConverterProgram, WritesTheLibPartOnlyForGoodXmlAndReportsFailuresBy
     EXPECT_EQ(RunShell(exe + " xml2libpart " + good.string() + " " + (dir.Path() / "no/such/Scan.gsm").string() +
                   " 2>/dev/null"),
               3);
-}
 
-TEST(StandInConverterProgram, FailsOrDiesOnRequestOfTheEnvironment)
-{
-    TempDir dir;
-    const std::string exe = PW_LPXMLCONVERTER;
-    const auto good = dir.Write("good.xml", LibPartXmlSample().Xml());
-    const auto gsm = dir.Path() / "Scan.gsm";
-    const auto out = dir.Path() / "out.txt";
-    const std::string args = " xml2libpart " + good.string() + " " + gsm.string() + " > " + out.string() + " 2>&1";
-
+    // Failing or dying on request of the environment.
+    const std::string args = " xml2libpart " + good.string() + " " + badGsm.string() + " > " + out.string() + " 2>&1";
     EXPECT_EQ(RunShell("PW_FAKE_CONVERTER_FAIL=7 " + exe + args), 7);
-    EXPECT_FALSE(ReadAll(out).empty());
+    EXPECT_FALSE(pwtest::Slurp(out).empty());
     EXPECT_EQ(RunShell("PW_FAKE_CONVERTER_FAIL=signal " + exe + args), 128 + 9);   // the shell reports the kill
-    EXPECT_FALSE(std::filesystem::exists(gsm));
+    EXPECT_FALSE(std::filesystem::exists(badGsm));
 }
 
 // The library part generation of the import, run against the stand-in: the
@@ -341,30 +267,6 @@ TEST(StandInConverterProgram, AcceptsTheImportsGeneratedLibPart)
     EXPECT_EQ(part.a, 1.5);
     EXPECT_EQ(sim::GetUni(sim::FindPar(part.params, "sE57Path")->uStr), sim::Utf8ToUtf16(e57));
     EXPECT_EQ(sim::FindPar(part.params, "tRep3D")->typeID, host::APIParT_Title);
-}
-
-// Text put unescaped into the XML must make the generation fail, as with the host's converter.
-TEST(StandInConverterProgram, RefusesTheGeneratedLibPartWhenAPathBreaksTheXml)
-{
-    TempDir dir;
-    const char* saved = LP_XMLCONVERTER;
-    LP_XMLCONVERTER = PW_LPXMLCONVERTER;
-    const std::string name = "PwHostTest_" + dir.Path().filename().string();
-    const std::string gspc = name + "_data.gspc";
-    const std::vector<std::pair<std::string, std::string>> cases = {
-        {"/Scans/Scan \"alt\".e57", gspc},
-        {"/Scans/a]]>b/Scan.e57", gspc},
-        {"/Scans/Scan.e57", name + "\"_data.gspc"},
-        {"/Scans/Scan.e57", name + "]]>_data.gspc"},
-    };
-    for (const auto& [e57, pointFile] : cases) {
-        EXPECT_FALSE(WriteGsmViaXml(pointFile.c_str(), name.c_str(), dir.Path().c_str(), 1.0f, 1.0f, 1.0f, 0.0f,
-                                    0.0f, 0.0f, 10, e57.c_str(), 10, 1))
-            << e57 << " " << pointFile;
-        EXPECT_FALSE(std::filesystem::exists(dir.Path() / (name + ".gsm")));
-    }
-    LP_XMLCONVERTER = saved;
-    std::filesystem::remove("/tmp/pw_gsm_" + name + ".xml");
 }
 
 #endif
