@@ -3,19 +3,16 @@
 // files must fail with an error.
 #include <gtest/gtest.h>
 
-#include <openssl/evp.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
-#include <sys/stat.h>
-#include <vector>
 
 #include "e57/Reader.h"
 #include "import/ConvertE57ToGspc.h"
 #include "import/GspcWriter.h"
+#include "support/TestSupport.h"
 
 namespace {
 
@@ -88,24 +85,7 @@ std::string SampleDir()
 
 bool SamplesPresent()
 {
-    struct stat st {};
-    return stat((SampleDir() + "bunnyFloat.e57").c_str(), &st) == 0;
-}
-
-std::string Sha256Hex(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    const std::vector<char> data((std::istreambuf_iterator<char>(in)), {});
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int len = 0;
-    EVP_Digest(data.data(), data.size(), digest, &len, EVP_sha256(), nullptr);
-    static const char* hex = "0123456789abcdef";
-    std::string out;
-    for (unsigned i = 0; i < len; ++i) {
-        out += hex[digest[i] >> 4];
-        out += hex[digest[i] & 15];
-    }
-    return out;
+    return pwtest::SamplePresent("bunnyFloat.e57");
 }
 
 }  // namespace
@@ -130,7 +110,7 @@ TEST(ConversionConformance, SampleFilesGiveThePublishedPointFiles)
         struct stat st {};
         ASSERT_EQ(stat(out.c_str(), &st), 0);
         EXPECT_EQ(uint64_t(st.st_size), e.bytes);
-        EXPECT_EQ(Sha256Hex(out), e.sha256);
+        EXPECT_EQ(pwtest::Sha256Hex(pwtest::Slurp(out)), e.sha256);
     }
     std::remove(out.c_str());
 }

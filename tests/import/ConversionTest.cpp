@@ -8,18 +8,16 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-#include "e57/Crc32c.h"
 #include "e57/E57Exception.h"
 #include "e57/Reader.h"
 #include "e57/Writer.h"
 #include "import/ConvertE57ToGspc.h"
 #include "import/GspcReader.h"
 #include "import/GspcWriter.h"
+#include "support/E57TestSupport.h"
 
 namespace {
 
@@ -379,27 +377,12 @@ namespace {
 // recomputes the page checksums.
 void PatchLogical(const std::string& path, const std::vector<std::pair<std::string, std::string>>& edits)
 {
-    std::ifstream in(path, std::ios::binary);
-    std::vector<unsigned char> file((std::istreambuf_iterator<char>(in)), {});
-    in.close();
-    std::string logical;
-    for (size_t p = 0; p + 1024 <= file.size(); p += 1024)
-        logical.append(reinterpret_cast<const char*>(&file[p]), 1020);
-    const size_t length = logical.size();
-    for (const auto& [from, to] : edits) {
-        const size_t at = logical.find(from);
-        ASSERT_NE(at, std::string::npos) << from;
-        logical.replace(at, from.size(), to);
-    }
-    ASSERT_EQ(logical.size(), length);
-    for (size_t page = 0; page * 1024 < file.size(); ++page) {
-        std::memcpy(&file[page * 1024], logical.data() + page * 1020, 1020);
-        const uint32_t crc = e57::Crc32c(&file[page * 1024], 1020);
-        for (int i = 0; i < 4; ++i)
-            file[page * 1024 + 1020 + i] = static_cast<unsigned char>(crc >> (24 - 8 * i));
-    }
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(file.data()), static_cast<std::streamsize>(file.size()));
+    e57test::Bytes logical = e57test::ToLogical(e57test::ReadFile(path));
+    std::string text(logical.begin(), logical.end());
+    for (const auto& [from, to] : edits)
+        text = e57test::Replace(text, from, to);
+    ASSERT_EQ(text.size(), logical.size());
+    e57test::WriteFile(path, e57test::Paginate(e57test::Bytes(text.begin(), text.end())));
 }
 
 }  // namespace

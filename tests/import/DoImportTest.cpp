@@ -7,59 +7,25 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include "e57/Writer.h"
 #include "host/sim/SimulatedHost.h"
 #include "import/DoImport.h"
 #include "import/WriteGsmViaXml.h"
 #include "main/Log.h"
-#include "palette/CollectOurLibParts.h"
+#include "support/E57Files.h"
+#include "support/TestSupport.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-std::string ReadAll(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::vector<std::string> ReadLines(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 // One scan (or several) of `points` points at x = i, y = i / 2, z = -i / 4 (i
 // counted within each scan), without colour and pose.
 void WriteE57(const fs::path& file, size_t points, int scans = 1)
 {
-    e57::Writer writer(file.string());
-    std::vector<double> x(points), y(points), z(points);
-    for (size_t i = 0; i < points; ++i) {
-        x[i] = static_cast<double>(i);
-        y[i] = static_cast<double>(i) * 0.5;
-        z[i] = static_cast<double>(i) * -0.25;
-    }
-    for (int s = 0; s < scans; ++s) {
-        e57::ScanHeader header;
-        header.guid = "{scan-" + std::to_string(s) + "}";
-        header.prototype = e57::CartesianFields(e57::FieldEncoding::Double);
-        writer.BeginScan(header);
-        writer.WriteColumns(points, {{x.data(), nullptr}, {y.data(), nullptr}, {z.data(), nullptr}});
-        writer.EndScan();
-    }
-    writer.Close();
+    pwtest::WriteLineScans(file.string(), std::vector<size_t>(size_t(scans), points), {1, 0}, {0.5, 0}, {-0.25, 0});
 }
 
 class DoImportTest : public ::testing::Test {
@@ -105,7 +71,7 @@ protected:
     }
 
     std::vector<sim::ReportLine> Reports() { return h.ReportWindow().Lines(); }
-    std::vector<std::string> LogLines() { return ReadLines(logPath_); }
+    std::vector<std::string> LogLines() { return pwtest::ReadLines(logPath_); }
     std::string GspcPath() const { return (folder_ / (base_ + "_data.gspc")).string(); }
 
     void ExpectReport(const std::string& text, bool withAlert)
@@ -159,7 +125,7 @@ TEST_F(DoImportTest, SuccessfulImportOfAnUpperCaseE57)
     EXPECT_FALSE(fs::exists("/tmp/pw_gsm_" + base_ + ".xml"));
 
     // What the library part was given.
-    const std::string xml = ReadAll(dir_ / "seen.xml");
+    const std::string xml = pwtest::Slurp(dir_ / "seen.xml");
     EXPECT_NE(xml.find("POINTCLOUD \"" + base_ + "_data.gspc\""), std::string::npos);
     EXPECT_EQ(ParamValue(xml, "A"), "996");
     EXPECT_EQ(ParamValue(xml, "B"), "498");
@@ -200,39 +166,10 @@ TEST_F(DoImportTest, ReportQuotesTheRequestedDensityAndReusesTheFolder)
     ASSERT_EQ(Reports().size(), 2u);
     EXPECT_EQ(Reports()[1].text, "\"" + base_ + "\" importiert (60% der Punkte).");
     EXPECT_EQ(fs::file_size(GspcPath()), 32u + 200u * 15u);
-    const std::string xml = ReadAll(dir_ / "seen.xml");
+    const std::string xml = pwtest::Slurp(dir_ / "seen.xml");
     EXPECT_EQ(ParamValue(xml, "iTotalPoints"), "200");
     EXPECT_EQ(ParamValue(xml, "iReducedPoints"), "200");
     EXPECT_EQ(h.LibraryList().LastSet().size(), 1u) << "the folder is registered once";
-}
-
-TEST_F(DoImportTest, CancelledDialogDoesNothing)
-{
-    h.OpenFileDialog().QueueCancel();
-    EXPECT_EQ(DoImport(h.Bundle(), 10), "");
-    EXPECT_TRUE(Reports().empty());
-    EXPECT_TRUE(h.ProcessWindow().Calls().empty());
-    ExpectNoLibraryChange();
-    EXPECT_EQ(LogLines(), std::vector<std::string>{"--- DoImport ---"});
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir_), fs::directory_iterator()), 2) << "only the log and the script";
-}
-
-TEST_F(DoImportTest, UnreadableOrEmptyFilesLeaveAnEmptyFolder)
-{
-    // A file that does not exist.
-    EXPECT_EQ(Import(10, e57_), "");
-    ExpectReport("E57-Datei konnte nicht geöffnet werden.", true);
-    EXPECT_TRUE(fs::is_directory(folder_));
-    EXPECT_TRUE(fs::is_empty(folder_));
-
-    // A valid file without scans.
-    h.ReportWindow().Clear();
-    WriteE57(e57_, 0, 0);
-    EXPECT_EQ(Import(10, e57_), "");
-    ExpectReport("E57-Datei enthält keine Scans.", true);
-    EXPECT_TRUE(fs::is_empty(folder_));
-    EXPECT_TRUE(h.ProcessWindow().Calls().empty());
-    ExpectNoLibraryChange();
 }
 
 TEST_F(DoImportTest, PointFileThatCannotBeCreated)
@@ -267,23 +204,6 @@ TEST_F(DoImportTest, BrokenFileIsAConversionFailure)
     EXPECT_TRUE(fs::exists(GspcPath())) << "the unfinished point file stays";
 }
 
-TEST_F(DoImportTest, CancelledConversionKeepsThePartialPointFile)
-{
-    WriteE57(e57_, 100000);
-    h.ProcessWindow().CancelFromCall(1);
-    EXPECT_EQ(Import(100, e57_), "");
-    ExpectReport("Import abgebrochen.", false);
-    EXPECT_EQ(h.ProcessWindow().Calls().back(), "CPWD");
-    EXPECT_EQ(std::count(h.ProcessWindow().PhaseTitles().begin(), h.ProcessWindow().PhaseTitles().end(),
-                         "GSM erstellen..."),
-              0);
-    const auto size = fs::file_size(GspcPath());
-    EXPECT_GT(size, 32u);
-    EXPECT_LT(size, 32u + 100000u * 15u);
-    EXPECT_FALSE(fs::exists(folder_ / (base_ + ".gsm")));
-    ExpectNoLibraryChange();
-}
-
 TEST_F(DoImportTest, ConverterFailureClosesTheWindowBeforeTheAlert)
 {
     UseConverterScript("echo 'Syntax error' >&2\nexit 1\n");
@@ -304,23 +224,5 @@ TEST_F(DoImportTest, ConverterFailureClosesTheWindowBeforeTheAlert)
     EXPECT_TRUE(fs::exists("/tmp/pw_gsm_" + base_ + ".xml"));
 }
 
-TEST_F(DoImportTest, ImportedPartAppearsInTheCatalogue)
-{
-#ifndef PW_LPXMLCONVERTER
-    GTEST_SKIP() << "the stand-in library part converter is not part of this build";
-#else
-    LP_XMLCONVERTER = PW_LPXMLCONVERTER;
-    WriteE57(e57_, 1000);
-    ASSERT_EQ(Import(10, e57_), base_) << (Reports().empty() ? "" : Reports().back().text);
-
-    // The reload loaded the new library part from the registered folder.
-    const std::vector<PointCloudEntry> entries = CollectOurLibParts(h.Bundle().libParts);
-    ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries[0].name, base_);
-    EXPECT_EQ(entries[0].densityPercent, 10);
-    EXPECT_EQ(entries[0].e57Path, e57_.string());
-    EXPECT_EQ(entries[0].folder, folder_.string());
-    EXPECT_EQ(entries[0].gspcFileName, base_ + "_data.gspc");
-    EXPECT_EQ(h.Handles().Outstanding(), 0u);
-#endif
-}
+// A cancelled file dialog, missing and empty files, a cancelled conversion and the
+// imported part in the catalogue are covered by the session scenarios.
