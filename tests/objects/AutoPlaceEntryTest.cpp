@@ -65,24 +65,6 @@ TEST_F(AutoPlaceEntryTest, PlacesOneObjectAtTheOriginOfTheActiveStoryWithThePart
                                                     "Element_Create: err=0"}));
 }
 
-TEST_F(AutoPlaceEntryTest, PlacingTwiceGivesTwoObjectsInTheSamePlaceEachItsOwnUndoStep)
-{
-    AutoPlaceEntry(h_.Bundle(), entry_);
-    AutoPlaceEntry(h_.Bundle(), entry_);
-
-    ASSERT_EQ(h_.Elements().Count(), 2u);
-    const auto& objects = h_.Elements().Objects();
-    EXPECT_NE(objects[0].element.guid, objects[1].element.guid);
-    for (const auto& obj : objects) {
-        EXPECT_EQ(obj.element.floorInd, 0);
-        EXPECT_EQ(obj.element.posX, 0.0);
-        EXPECT_EQ(obj.element.posY, 0.0);
-    }
-    EXPECT_EQ(h_.Undo().StepTexts().size(), 2u);
-    ASSERT_TRUE(h_.Undo().Undo());
-    EXPECT_EQ(h_.Elements().Count(), 1u);
-}
-
 TEST_F(AutoPlaceEntryTest, StoryRequestFailureFallsBackToStoryZero)
 {
     h_.Stories().SetActiveStory(3);

@@ -7,63 +7,29 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <system_error>
 #include <vector>
 
-#include "e57/Writer.h"
 #include "host/sim/SimulatedHost.h"
 #include "main/Log.h"
 #include "palette/PointCloudEntry.h"
+#include "support/E57Files.h"
+#include "support/TestSupport.h"
 
 namespace objtest {
 
 namespace fs = std::filesystem;
 
-inline std::string ReadAll(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-inline std::vector<std::string> ReadLines(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
+using pwtest::ReadLines;
+inline std::string ReadAll(const fs::path& path) { return pwtest::Slurp(path); }
 
 // One E57 scan per entry of `scanSizes`, without colour or pose; point i of a
 // scan lies at (i + 1, 2 (i + 1), -(i + 1)), so the bounds of any written
 // subset are never all zero.
 inline void WriteE57(const fs::path& file, const std::vector<size_t>& scanSizes)
 {
-    e57::Writer writer(file.string());
-    for (size_t s = 0; s < scanSizes.size(); ++s) {
-        const size_t n = scanSizes[s];
-        std::vector<double> x(n), y(n), z(n);
-        for (size_t i = 0; i < n; ++i) {
-            x[i] = static_cast<double>(i + 1);
-            y[i] = 2.0 * static_cast<double>(i + 1);
-            z[i] = -static_cast<double>(i + 1);
-        }
-        e57::ScanHeader header;
-        header.guid = "{scan-" + std::to_string(s) + "}";
-        header.prototype = e57::CartesianFields(e57::FieldEncoding::Double);
-        writer.BeginScan(header);
-        if (n > 0) {
-            writer.WriteColumns(n, {{x.data(), nullptr}, {y.data(), nullptr}, {z.data(), nullptr}});
-        }
-        writer.EndScan();
-    }
-    writer.Close();
+    pwtest::WriteLineScans(file.string(), scanSizes, {1, 1}, {2, 2}, {-1, -1});
 }
 
 // The six header bounds of a point file as stored (min X, max X, ...).
