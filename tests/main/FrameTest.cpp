@@ -1,10 +1,8 @@
-// The add-on frame: entry points, menu handler and the host's palette messages,
-// run against the simulated host.
+// The add-on frame: entry points and the menu handler, run against the
+// simulated host. Palette messages are covered by the session scenarios.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -13,31 +11,17 @@
 #include "main/EntryPoints.h"
 #include "main/Log.h"
 #include "palette/PunktwolkenPalette.h"
+#include "support/TestSupport.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-std::vector<std::string> ReadLines(const fs::path& file)
-{
-    std::vector<std::string> lines;
-    std::ifstream in(file);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 class FrameTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        dir_ = fs::temp_directory_path() /
-               ("pw_frame_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
-        logPath_ = (dir_ / "pcd_debug.log").string();
+        logPath_ = dir_.File("pcd_debug.log");
         SetLogPath(logPath_.c_str());
         host_.BindAsCurrent();
         sim::SimulatedPaletteView::InstallFactory();
@@ -47,7 +31,6 @@ protected:
     {
         PunktwolkenPalette::ResetInstanceForTesting();
         SetLogPath(nullptr);
-        fs::remove_all(dir_);
     }
 
     void StartAddOn()
@@ -58,17 +41,12 @@ protected:
         Initialize();
     }
 
-    std::vector<std::string> Log() const { return ReadLines(logPath_); }
-
-    int SendMessage(int32_t message, intptr_t param = 0)
-    {
-        return host_.Registration().SendPaletteMessage(kPaletteRefId, message, param);
-    }
+    std::vector<std::string> Log() const { return pwtest::ReadLines(logPath_); }
 
     sim::SimulatedPaletteView& View() { return sim::SimulatedPaletteView::Of(*PunktwolkenPalette::Existing()); }
 
     sim::SimulatedHost host_;
-    fs::path dir_;
+    pwtest::TempDir dir_;
     std::string logPath_;
 };
 
@@ -117,20 +95,6 @@ TEST_F(FrameTest, EntryPointsReturnZeroWhenTheHostRefuses)
     EXPECT_EQ(Log(), (std::vector<std::string>{"Initialize() aufgerufen.", "ModelessWindow registriert."}));
 }
 
-TEST_F(FrameTest, MenuCommandsOtherThanTheOwnItemAreLoggedAndIgnored)
-{
-    StartAddOn();
-    EXPECT_EQ(host_.Registration().InvokeMenu(32500, 2), 0);
-    EXPECT_EQ(MenuCommandHandler(host::MenuParams{32501, 1}), 0);
-    EXPECT_EQ(MenuCommandHandler(host::MenuParams{-32768, -32768}), 0);
-    EXPECT_EQ(PunktwolkenPalette::Existing(), nullptr);
-    const std::vector<std::string> log = Log();
-    ASSERT_EQ(log.size(), 5u);
-    EXPECT_EQ(log[2], "MenuCommandHandler resID=32500 itemIndex=2");
-    EXPECT_EQ(log[3], "MenuCommandHandler resID=32501 itemIndex=1");
-    EXPECT_EQ(log[4], "MenuCommandHandler resID=-32768 itemIndex=-32768");
-}
-
 TEST_F(FrameTest, MenuCommandCreatesShowsAndRefreshesThePaletteOnce)
 {
     StartAddOn();
@@ -155,67 +119,9 @@ TEST_F(FrameTest, MenuCommandCreatesShowsAndRefreshesThePaletteOnce)
     EXPECT_EQ(View().RowTexts(), (std::vector<std::string>{"Halle - 25%", "Keller - 5%"}));
 }
 
-TEST_F(FrameTest, PaletteMessagesBeforeThePaletteExistsCreateNothing)
-{
-    StartAddOn();
-    bool visible = true;
-    EXPECT_EQ(SendMessage(7, reinterpret_cast<intptr_t>(&visible)), 0);
-    EXPECT_FALSE(visible);
-    for (int32_t message : {1, 2, 3, 4, 5, 6, 8, 0, -1}) {
-        EXPECT_EQ(SendMessage(message), 0) << message;
-    }
-    EXPECT_EQ(PunktwolkenPalette::Existing(), nullptr);
-    EXPECT_EQ(Log().size(), 2u);
-}
-
-TEST_F(FrameTest, PaletteMessagesDriveTheExistingPalette)
-{
-    StartAddOn();
-    host_.Registration().InvokeMenu(32500, 1);
-    PunktwolkenPalette* palette = PunktwolkenPalette::Existing();
-    bool visible = false;
-
-    SendMessage(7, reinterpret_cast<intptr_t>(&visible));
-    EXPECT_TRUE(visible);
-    SendMessage(2);
-    EXPECT_FALSE(View().IsVisible());
-    SendMessage(7, reinterpret_cast<intptr_t>(&visible));
-    EXPECT_FALSE(visible);
-    SendMessage(3);
-    EXPECT_TRUE(View().IsVisible());
-    SendMessage(2);
-    SendMessage(6);
-    EXPECT_TRUE(View().IsVisible());
-
-    // 4 disables every item; 5 enables every item, also the footer items that
-    // the palette's own rules keep disabled without a selection.
-    SendMessage(4);
-    for (int item = 1; item <= 9; ++item) {
-        EXPECT_FALSE(View().State(static_cast<PaletteItem>(item)).enabled) << item;
-    }
-    EXPECT_FALSE(View().UserClick(PaletteItem::ImportButton));
-    SendMessage(5);
-    for (int item = 1; item <= 9; ++item) {
-        EXPECT_TRUE(View().State(static_cast<PaletteItem>(item)).enabled) << item;
-    }
-
-    // 1 asks the palette to close: it hides and stays the same object.
-    const size_t before = Log().size();
-    SendMessage(1);
-    EXPECT_FALSE(View().IsVisible());
-    EXPECT_EQ(PunktwolkenPalette::Existing(), palette);
-    const std::vector<std::string> log = Log();
-    ASSERT_EQ(log.size(), before + 1);
-    EXPECT_EQ(log.back(), "PanelCloseRequested aufgerufen \xE2\x86\x92 Hide()");
-
-    host_.Registration().InvokeMenu(32500, 1);
-    EXPECT_EQ(PunktwolkenPalette::Existing(), palette);
-    EXPECT_TRUE(View().IsVisible());
-}
-
 TEST_F(FrameTest, MissingLogFolderChangesNothingAndCreatesNoFile)
 {
-    const fs::path missing = dir_ / "absent" / "pcd_debug.log";
+    const fs::path missing = dir_.Path() / "absent" / "pcd_debug.log";
     SetLogPath(missing.c_str());
     StartAddOn();
     EXPECT_EQ(host_.Registration().InvokeMenu(32500, 1), 0);

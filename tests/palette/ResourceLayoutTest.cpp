@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
@@ -12,20 +11,13 @@
 
 #include "host/sim/SimulatedPaletteView.h"
 #include "main/EntryPoints.h"
+#include "support/TestSupport.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
 const fs::path kResources = fs::path(PW_SOURCE_DIR) / "resources";
-
-std::string ReadText(const fs::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 // The body between the braces of the resource that starts with `head`.
 std::string ResourceBody(const std::string& text, const std::string& head)
@@ -112,7 +104,7 @@ std::string Digits(const std::string& text)
 
 TEST(ResourceFiles, PaletteResourceMatchesTheSimulatedWindow)
 {
-    const std::string grc = ReadText(kResources / "RINT" / "Punktwolke.grc");
+    const std::string grc = pwtest::Slurp(kResources / "RINT" / "Punktwolke.grc");
     ASSERT_FALSE(grc.empty());
     EXPECT_EQ(grc.rfind("\xEF\xBB\xBF", 0), 0u) << "resource files are UTF-8 with a byte order mark";
 
@@ -184,7 +176,7 @@ TEST(ResourceFiles, PaletteResourceMatchesTheSimulatedWindow)
 
 TEST(ResourceFiles, StringsAndIconsThatTheCodeUsesExist)
 {
-    const std::string grc = ReadText(kResources / "RINT" / "Punktwolke.grc");
+    const std::string grc = pwtest::Slurp(kResources / "RINT" / "Punktwolke.grc");
     EXPECT_EQ(QuotedStrings(ResourceBody(grc, "'STR#' " + std::to_string(kStringsResId))).size(), 2u);
     // The menu: its title, then item 1 which the menu handler answers.
     EXPECT_GE(QuotedStrings(ResourceBody(grc, "'STR#' " + std::to_string(kMenuResId))).size(), 2u);
@@ -193,7 +185,7 @@ TEST(ResourceFiles, StringsAndIconsThatTheCodeUsesExist)
     // Icons of items 5 and 7: each names a 'GICN' whose image exists.
     const std::vector<GrcItem> items = DialogItems(ResourceBody(grc, "'GDLG' 32400"));
     ASSERT_EQ(items.size(), 9u);
-    const std::string fix = ReadText(kResources / "RFIX" / "PunktwolkeFix.grc");
+    const std::string fix = pwtest::Slurp(kResources / "RFIX" / "PunktwolkeFix.grc");
     for (size_t i : {4u, 6u}) {
         const std::string iconId = Digits(items[i].rest);
         const std::vector<std::string> image = QuotedStrings(ResourceBody(fix, "'GICN' " + iconId));
