@@ -1,0 +1,83 @@
+#pragma once
+// Shared by the benchmarks: the large synthetic scan they read, its size, and
+// the pread + CRC-32C floor that any reader checking every page is compared to.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "e57/Crc32c.h"
+#include "synth/SyntheticScan.h"
+
+namespace bench {
+
+inline uint64_t BenchPoints()
+{
+    const char* env = std::getenv("PW_BENCH_POINTS");
+    if (env && *env) {
+        const unsigned long long n = std::strtoull(env, nullptr, 10);
+        if (n > 0)
+            return n;
+    }
+    return 40000000;
+}
+
+// PW_BENCH_POINTS points in 8 scans, generated once and kept in /tmp.
+inline const std::string& BenchFile()
+{
+    static const std::string path = [] {
+        const uint64_t points = BenchPoints();
+        std::string p = points % 1000000 == 0 ? "/tmp/pw_bench_" + std::to_string(points / 1000000) + "m.e57"
+                                               : "/tmp/pw_bench_" + std::to_string(points) + ".e57";
+        synth::SynthOptions options;
+        options.points = points;
+        options.scans = 8;
+        options.seed = 1;
+        if (synth::EnsureSyntheticScan(p, options))
+            std::fprintf(stderr, "generated %s\n", p.c_str());
+        return p;
+    }();
+    return path;
+}
+
+inline uint64_t FileSize(const std::string& path)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY);
+    const off_t size = fd >= 0 ? ::lseek(fd, 0, SEEK_END) : 0;
+    if (fd >= 0)
+        ::close(fd);
+    return uint64_t(size);
+}
+
+// Plain pread of the benchmark file plus CRC-32C of every page.
+inline void PreadCrc(benchmark::State& state)
+{
+    const std::string& path = BenchFile();
+    std::vector<uint8_t> buffer(1 << 20);
+    for (auto _ : state) {
+        const int fd = ::open(path.c_str(), O_RDONLY);
+        if (fd < 0) {
+            state.SkipWithError("cannot open the benchmark file");
+            return;
+        }
+        uint64_t bad = 0;
+        off_t offset = 0;
+        for (ssize_t n; (n = ::pread(fd, buffer.data(), buffer.size(), offset)) > 0; offset += n) {
+            for (ssize_t page = 0; page + 1024 <= n; page += 1024) {
+                const uint8_t* p = &buffer[size_t(page)];
+                const uint32_t stored =
+                    uint32_t(p[1020]) << 24 | uint32_t(p[1021]) << 16 | uint32_t(p[1022]) << 8 | p[1023];
+                bad += e57::Crc32c(p, 1020) != stored;
+            }
+        }
+        ::close(fd);
+        benchmark::DoNotOptimize(bad);
+    }
+    state.SetBytesProcessed(int64_t(FileSize(path)) * int64_t(state.iterations()));
+}
+
+}  // namespace bench
