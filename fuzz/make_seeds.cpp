@@ -2,7 +2,9 @@
 // writers: E57 files of several layouts (encodings, colour, poses, small
 // packets with index and empty packets, several scans, no points), their XML
 // sections on their own, and point files.
-//   make_seeds OUTDIR   -> OUTDIR/e57/*.e57, OUTDIR/xml/*.xml, OUTDIR/gspc/*.gspc
+//   make_seeds OUTDIR [E57FILE...]
+//     -> OUTDIR/e57/*.e57, OUTDIR/xml/*.xml, OUTDIR/gspc/*.gspc; the XML of each
+//        further E57FILE is added to OUTDIR/xml as well.
 #include <sys/stat.h>
 
 #include <cmath>
@@ -67,7 +69,7 @@ std::string XmlOf(const std::vector<uint8_t>& file)
         logical.append(reinterpret_cast<const char*>(file.data() + p), 1020);
     const uint64_t offset = U64(file, 24);
     const uint64_t start = offset / 1024 * 1020 + offset % 1024;
-    return logical.substr(start, U64(file, 32));
+    return start < logical.size() ? logical.substr(start, U64(file, 32)) : std::string();
 }
 
 Scan Cartesian(e57::FieldEncoding encoding, size_t records, const char* guid)
@@ -101,8 +103,8 @@ void AddColour(Scan& s, int64_t maximum, bool invalidFlag)
 
 int main(int argc, char** argv)
 {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: make_seeds OUTDIR\n");
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: make_seeds OUTDIR [E57FILE...]\n");
         return 2;
     }
     const std::string out = argv[1];
@@ -183,10 +185,15 @@ int main(int argc, char** argv)
         return 1;
     }
 
+    for (int i = 2; i < argc; ++i)
+        e57Files.push_back(argv[i]);
     for (const std::string& path : e57Files) {
+        const std::vector<uint8_t> bytes = Slurp(path);
+        if (bytes.size() < 1024 || bytes.size() % 1024 != 0)
+            continue;  // not a whole E57 file: no XML to take
         const std::string name = path.substr(path.rfind('/') + 1);
         std::ofstream(out + "/xml/" + name.substr(0, name.size() - 4) + ".xml", std::ios::binary)
-            << XmlOf(Slurp(path));
+            << XmlOf(bytes);
     }
 
     for (int points : {0, 1, 40}) {

@@ -22,11 +22,14 @@ cmake --build "$build" -j "$jobs" --target "${targets[@]}" fuzz_make_seeds || ex
 
 seeds="$build/seeds"
 rm -rf "$seeds"
-"$build/fuzz/fuzz_make_seeds" "$seeds" || exit 1
+samples=()
+[ -d "$shared/e57" ] && samples=("$shared"/e57/*.e57)
+# The generated files, plus the XML sections of the sample files.
+"$build/fuzz/fuzz_make_seeds" "$seeds" "${samples[@]}" || exit 1
 mkdir -p "$seeds/shared" "$seeds/regressions-e57" "$seeds/regressions-xml" "$seeds/regressions-gspc"
-if [ -d "$shared/e57" ]; then
+if [ ${#samples[@]} -gt 0 ]; then
   # Linked, not copied: the sample files stay where they are.
-  for f in "$shared"/e57/*.e57; do ln -sf "$(realpath "$f")" "$seeds/shared/"; done
+  for f in "${samples[@]}"; do ln -sf "$(realpath "$f")" "$seeds/shared/"; done
 else
   echo "fuzz.sh: no sample files at $shared/e57; seeding with generated files only"
 fi
