@@ -11,6 +11,7 @@
 #include <string>
 #include <system_error>
 
+#include "cli/CliSupport.h"
 #include "cli/Commands.h"
 #include "cli/TerminalHost.h"
 #include "cli/TerminalProgress.h"
@@ -118,8 +119,10 @@ int RunImport(const ImportOptions& options)
 {
     std::error_code ec;
     const fs::path e57File = fs::absolute(options.file, ec).lexically_normal();
+    // Checked before the import so that no output folder is made beside a path
+    // that is missing, a folder or a FIFO.
     if (ec || !fs::is_regular_file(e57File, ec)) {
-        std::fprintf(stderr, "punktwolke: %s: no such file\n", options.file.c_str());
+        PrintFailure("E57-Datei konnte nicht geöffnet werden.", options.file + ": " + WhyNotReadable(options.file));
         return 1;
     }
 

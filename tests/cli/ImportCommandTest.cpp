@@ -104,7 +104,7 @@ TEST_F(ImportCommand, FailuresExitWithOneAndSayWhy)
     // No such file: nothing is created beside it.
     auto r = RunPunktwolke({"import", e57_});
     EXPECT_EQ(r.exitCode, 1);
-    EXPECT_EQ(r.err, "punktwolke: " + e57_ + ": no such file\n");
+    EXPECT_EQ(r.err, "E57-Datei konnte nicht geöffnet werden. (" + e57_ + ": No such file or directory)\n");
     EXPECT_FALSE(fs::exists(folder_));
 
     // A damaged file: the message and the technical reason.
