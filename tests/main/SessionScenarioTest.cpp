@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -15,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include <sys/wait.h>
+#include "support/PunktwolkeRun.h"
 
 namespace fs = std::filesystem;
 
@@ -34,41 +33,6 @@ std::vector<std::string> SessionNames()
     }
     std::sort(names.begin(), names.end());
     return names;
-}
-
-std::string ReadFile(const fs::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-// Runs the driver; returns its standard output and sets the exit status.
-std::string RunDriver(const std::string& arguments, int& status)
-{
-    std::string output;
-    FILE* pipe = ::popen(arguments.c_str(), "r");
-    if (pipe == nullptr) {
-        status = -1;
-        return output;
-    }
-    char buffer[4096];
-    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
-        output.append(buffer, n);
-    }
-    const int raw = ::pclose(pipe);
-    status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return output;
-}
-
-std::string Quote(const std::string& s)
-{
-    std::string q = "'";
-    for (char c : s) {
-        q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    }
-    return q + "'";
 }
 
 // The first line where the two texts differ, for the failure message.
@@ -98,19 +62,17 @@ TEST_P(SessionScenario, TranscriptMatches)
 #else
     const fs::path script = kSessions / (GetParam() + ".session");
     const fs::path expectedFile = kSessions / (GetParam() + ".transcript");
-    int status = 0;
-    const std::string actual =
-        RunDriver(Quote(PW_SESSION_DRIVER) + " --converter " + Quote(PW_LPXMLCONVERTER) + " " +
-                      Quote(script.string()),
-                  status);
-    EXPECT_EQ(status, 0) << "the driver reports a line it could not carry out";
+    const pwtest::RunResult run =
+        pwtest::RunProgram(PW_SESSION_DRIVER, {"--converter", PW_LPXMLCONVERTER, script.string()});
+    const std::string& actual = run.out;
+    EXPECT_EQ(run.exitCode, 0) << "the driver reports a line it could not carry out";
 
     if (std::getenv("PW_UPDATE_TRANSCRIPTS") != nullptr) {
         std::ofstream(expectedFile, std::ios::binary) << actual;
         GTEST_SKIP() << "wrote " << expectedFile;
     }
     ASSERT_TRUE(fs::exists(expectedFile)) << "no expected transcript " << expectedFile;
-    const std::string expected = ReadFile(expectedFile);
+    const std::string expected = pwtest::Slurp(expectedFile);
     if (expected != actual) {
         const fs::path actualFile = fs::path(PW_BINARY_DIR) / (GetParam() + ".actual.transcript");
         std::ofstream(actualFile, std::ios::binary) << actual;
@@ -128,12 +90,12 @@ TEST(SessionDriver, RejectsUnknownCommandsAndGoesOn)
 #if !defined(PW_SESSION_DRIVER) || !defined(PW_LPXMLCONVERTER)
     GTEST_SKIP() << "the session driver or the stand-in converter is not built";
 #else
-    int status = 0;
-    const std::string out = RunDriver("printf 'fly away\\nclick import\\nmenu 32500 1\\n' | " +
-                                          Quote(PW_SESSION_DRIVER) + " --converter " + Quote(PW_LPXMLCONVERTER) +
-                                          " -",
-                                      status);
-    EXPECT_EQ(status, 1);
+    pwtest::TempDir dir;
+    const auto script = dir.Write("bad.session", "fly away\nclick import\nmenu 32500 1\n");
+    const pwtest::RunResult run =
+        pwtest::RunProgram(PW_SESSION_DRIVER, {"--converter", PW_LPXMLCONVERTER, script.string()});
+    const std::string& out = run.out;
+    EXPECT_EQ(run.exitCode, 1);
     EXPECT_NE(out.find("error: unknown or malformed command: fly away\n  (line 1 not carried out)"),
               std::string::npos)
         << out;

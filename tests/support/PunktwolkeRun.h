@@ -1,5 +1,6 @@
 #pragma once
-// Runs the built punktwolke tool and captures its exit status, stdout and stderr.
+// Runs a built program (the punktwolke tool, the session driver) and captures
+// its exit status, stdout and stderr.
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
@@ -39,13 +40,14 @@ inline std::string ScratchDir(const std::string& name)
     return dir;
 }
 
-inline RunResult RunPunktwolke(const std::vector<std::string>& args, const RunOptions& options = RunOptions())
+inline RunResult RunProgram(const std::string& program, const std::vector<std::string>& args,
+                            const RunOptions& options = RunOptions())
 {
     static int serial = 0;
     const std::string base = ::testing::TempDir() + "pwcli_" + std::to_string(getpid()) + "_" + std::to_string(++serial);
     const std::string outPath = base + ".out", errPath = base + ".err";
 
-    std::vector<std::string> argv{BinaryPath()};
+    std::vector<std::string> argv{program};
     argv.insert(argv.end(), args.begin(), args.end());
     std::vector<char*> cargv;
     for (auto& a : argv)
@@ -89,6 +91,11 @@ inline RunResult RunPunktwolke(const std::vector<std::string>& args, const RunOp
     std::remove(outPath.c_str());
     std::remove(errPath.c_str());
     return r;
+}
+
+inline RunResult RunPunktwolke(const std::vector<std::string>& args, const RunOptions& options = RunOptions())
+{
+    return RunProgram(BinaryPath(), args, options);
 }
 
 inline size_t LineCount(const std::string& text)
