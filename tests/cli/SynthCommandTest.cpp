@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "e57/Reader.h"
+#include "support/E57TestSupport.h"
 #include "support/PunktwolkeRun.h"
 
 namespace {
@@ -70,28 +70,17 @@ TEST(SynthCommand, ScansArePlausible)
         withColour += colour;
         with16Bit += colour && d.colorLimits.colorRedMaximum == 65535;
 
-        const size_t block = 4096;
-        std::vector<double> x(block), y(block), z(block);
-        std::vector<uint16_t> red(block);
-        std::vector<int8_t> invalid(block, 0);
-        e57::Data3DPointsData_d b;
-        b.cartesianX = x.data();
-        b.cartesianY = y.data();
-        b.cartesianZ = z.data();
-        b.colorRed = red.data();
-        b.isColorInvalid = invalid.data();
-        e57::CompressedVectorReader cv = reader.SetUpData3DPointsData(s, block, b);
+        const e57test::ScanPoints p = e57test::ReadScan(reader, s, 4096);
         const e57::Quaternion& q = d.pose.rotation;
         const e57::Translation& t = d.pose.translation;
-        int64_t read = 0, outside = 0, invalidColour = 0;
-        for (unsigned n; (n = cv.read()) > 0; read += n) {
-            for (unsigned i = 0; i < n; ++i) {
-                // Rotation about Z only: q = (w, 0, 0, z).
-                const double c = 1 - 2 * q.z * q.z, sn = 2 * q.w * q.z;
-                const double wx = c * x[i] - sn * y[i] + t.x, wy = sn * x[i] + c * y[i] + t.y, wz = z[i] + t.z;
-                outside += wx < -0.05 || wx > 16.05 || wy < -0.05 || wy > 10.05 || wz < -0.05 || wz > 3.05;
-                invalidColour += invalid[i] == 1;
-            }
+        const int64_t read = int64_t(p.x.size());
+        int64_t outside = 0, invalidColour = 0;
+        for (size_t i = 0; i < p.x.size(); ++i) {
+            // Rotation about Z only: q = (w, 0, 0, z).
+            const double c = 1 - 2 * q.z * q.z, sn = 2 * q.w * q.z;
+            const double wx = c * p.x[i] - sn * p.y[i] + t.x, wy = sn * p.x[i] + c * p.y[i] + t.y, wz = p.z[i] + t.z;
+            outside += wx < -0.05 || wx > 16.05 || wy < -0.05 || wy > 10.05 || wz < -0.05 || wz > 3.05;
+            invalidColour += p.colourInvalid[i] == 1;
         }
         EXPECT_EQ(read, d.pointCount);
         EXPECT_EQ(outside, 0) << "scan " << s;
