@@ -34,7 +34,13 @@ inline void PutF32(unsigned char* p, float f)
 
 GspcWriter::GspcWriter() = default;
 
-GspcWriter::~GspcWriter() = default;
+GspcWriter::~GspcWriter()
+{
+    if (file_ != nullptr) {
+        Flush();
+        std::fclose(file_);
+    }
+}
 
 bool GspcWriter::Open(const char* path)
 {

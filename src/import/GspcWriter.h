@@ -12,7 +12,9 @@ public:
     GspcWriter();
     GspcWriter(const GspcWriter&) = delete;
     GspcWriter& operator=(const GspcWriter&) = delete;
-    // No closing destructor: an unclosed file keeps zero bounds (see Close).
+    // A writer destroyed without Close (a conversion left by an exception)
+    // writes out its buffered records and releases the file, but does not
+    // patch the bounds: the header keeps zero bounds, marking the file unfinished.
     ~GspcWriter();
 
     bool Open(const char* path);
