@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
 
 #include "e57/Reader.h"
@@ -108,6 +109,10 @@ std::string DoImport(host::Host& host, int densityPercent, LibPartGenerator gene
             host.processWindow.Close();
             host.reportWindow.WriteReport("Import abgebrochen.", false);
             return "";
+        }
+        // A point file cut short (full disk) must not become a library part.
+        if (writer.WriteFailed()) {
+            throw std::runtime_error("could not write all of " + gspcPath);
         }
         totalPoints = result.totalPoints;
         keptPoints = result.keptPoints;

@@ -149,11 +149,13 @@ TEST_F(EnvironmentMatrix, FullDiskWhileWritingThePointFile)
     EXPECT_EQ(r.err, std::string(kFailed) + " (could not write all of " + out.string() + ")\n");
     EXPECT_LE(fs::file_size(out), full.fileSizeBytes);
 
-    // The import does not look at write errors of the point file: it must
-    // still end normally, and never touch the source.
+    // The import stops at a point file cut short: no library part for it.
     r = RunTool({"import", e57.string(), "-d", "100", "--xml-only"}, full);
     EXPECT_EQ(r.signal, 0);
-    EXPECT_TRUE(r.exitCode == 0 || r.exitCode == 1) << r.exitCode;
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.err.find(std::string(kFailed)), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("could not write all of"), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(dir_ / "Big" / "Big.xml"));
     EXPECT_LE(fs::file_size(dir_ / "Big" / "Big_data.gspc"), full.fileSizeBytes);
     EXPECT_EQ(Sha256(e57), hash);
 }
