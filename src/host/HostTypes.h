@@ -74,8 +74,9 @@ struct LibraryInfo {
 
 // Element type code of objects (API_ObjectID).
 constexpr int32_t API_ObjectID = 6;
-// Memo mask selecting the additional parameters (APIMemoMask_AddPars).
-constexpr uint64_t APIMemoMask_AddPars = 4;
+// Memo mask selecting the additional parameters (the host's APIMemoMask_AddPars,
+// which its headers define as a macro, hence the different name here).
+constexpr uint64_t kMemoMaskAddPars = 4;
 
 // The parts of API_Element (an object element) that the add-on reads or sets.
 struct Element {

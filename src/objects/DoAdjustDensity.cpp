@@ -49,7 +49,7 @@ int UpdatePlacedParams(host::Host& host, int libIdx, int densityPercent, long lo
     host.undo.CallUndoableCommand("Punktwolkendichte anpassen", [&]() -> host::ErrCode {
         for (const host::Guid& guid : instances) {
             host::ElementMemo memo{};
-            if (host.elements.GetMemo(guid, memo, host::APIMemoMask_AddPars) != host::NoError) {
+            if (host.elements.GetMemo(guid, memo, host::kMemoMaskAddPars) != host::NoError) {
                 host.elements.DisposeElemMemoHdls(memo);
                 continue;
             }
@@ -68,7 +68,7 @@ int UpdatePlacedParams(host::Host& host, int libIdx, int densityPercent, long lo
                     }
                 }
             }
-            if (host.elements.ChangeMemo(guid, host::APIMemoMask_AddPars, memo) == host::NoError) {
+            if (host.elements.ChangeMemo(guid, host::kMemoMaskAddPars, memo) == host::NoError) {
                 ++updated;
             }
             host.elements.DisposeElemMemoHdls(memo);

@@ -56,7 +56,7 @@ TEST_F(ElementsFixture, ModelChangesOutsideAnUndoableCommandAreRefused)
     e.libInd = part;
 
     EXPECT_EQ(elements.Create(e, memo), sim::APIERR_NEEDSUNDOSCOPE);
-    EXPECT_EQ(elements.ChangeMemo(placed, host::APIMemoMask_AddPars, memo), sim::APIERR_NEEDSUNDOSCOPE);
+    EXPECT_EQ(elements.ChangeMemo(placed, host::kMemoMaskAddPars, memo), sim::APIERR_NEEDSUNDOSCOPE);
     EXPECT_EQ(elements.Delete({placed}), sim::APIERR_NEEDSUNDOSCOPE);
     EXPECT_EQ(h.Elements().Count(), 1u);
     EXPECT_EQ(h.Calls().Problems().size(), 3u);
@@ -69,11 +69,11 @@ TEST_F(ElementsFixture, UndoRestoresTheElementsAsTheyWereBeforeEachStep)
     const host::Guid first = Place(0);
     const host::Guid second = Place(1);
     host::ElementMemo memo;
-    ASSERT_EQ(elements.GetMemo(first, memo, host::APIMemoMask_AddPars), host::NoError);
+    ASSERT_EQ(elements.GetMemo(first, memo, host::kMemoMaskAddPars), host::NoError);
     (*memo.params)[0].real = 50.0;
     ASSERT_EQ(undo.CallUndoableCommand("Punktwolke löschen",
                                        [&] {
-                                           elements.ChangeMemo(first, host::APIMemoMask_AddPars, memo);
+                                           elements.ChangeMemo(first, host::kMemoMaskAddPars, memo);
                                            return elements.Delete({second});
                                        }),
               host::NoError);

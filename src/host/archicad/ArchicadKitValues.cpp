@@ -5,11 +5,6 @@
 
 #include "host/HostTypes.h"
 
-namespace {
-// Read before the kit defines APIMemoMask_AddPars as a macro.
-constexpr uint64_t kPortableMemoMaskAddPars = host::APIMemoMask_AddPars;
-}  // namespace
-
 #include "host/archicad/ArchicadSdk.h"
 
 // Add-on type, menu position and flags, palette flags (entry points).
@@ -51,7 +46,7 @@ static_assert(APIIo_CloseProcessWindowID == host::FourCC("CPWD"), "'CPWD'");
 
 // Element and parameter codes of HostTypes.h.
 static_assert(host::API_ObjectID == API_ObjectID, "object element type");
-static_assert(kPortableMemoMaskAddPars == APIMemoMask_AddPars, "memo mask of the parameters");
+static_assert(host::kMemoMaskAddPars == APIMemoMask_AddPars, "memo mask of the parameters");
 static_assert(int(host::APIParT_Integer) == int(APIParT_Integer) && int(host::APIParT_Length) == int(APIParT_Length) &&
                   int(host::APIParT_RealNum) == int(APIParT_RealNum) &&
                   int(host::APIParT_CString) == int(APIParT_CString) &&

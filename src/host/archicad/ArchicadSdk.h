@@ -1,10 +1,8 @@
 #pragma once
 // The one place where the binding includes the Archicad 26 API Development Kit.
 //
-// The portable host headers come first on purpose: HostTypes.h declares a
-// constant named APIMemoMask_AddPars, which the kit defines as a macro. Read
-// before the macro exists, the declaration stays intact; binding code after
-// this header uses the kit's names (unqualified) for the kit's values.
+// The portable host headers come first; binding code after this header uses
+// the kit's names (unqualified) for the kit's values.
 #include "host/Host.h"
 #include "palette/PaletteView.h"
 

@@ -105,7 +105,7 @@ host::ErrCode SimElements::GetMemo(const host::Guid& guid, host::ElementMemo& me
     if (obj == nullptr) {
         return APIERR_BADID;
     }
-    if ((mask & host::APIMemoMask_AddPars) != 0) {
+    if ((mask & host::kMemoMaskAddPars) != 0) {
         if (memo.params) {
             log_.AddProblem("GetMemo into a memo that still holds a parameter handle");
         }
@@ -128,7 +128,7 @@ host::ErrCode SimElements::ChangeMemo(const host::Guid& guid, uint64_t mask, con
     if (obj == nullptr) {
         return APIERR_BADID;
     }
-    if ((mask & host::APIMemoMask_AddPars) != 0) {
+    if ((mask & host::kMemoMaskAddPars) != 0) {
         if (!memo.params) {
             return APIERR_BADPARS;
         }
