@@ -113,39 +113,7 @@ BENCHMARK(BM_Convert)->Arg(100)->Arg(10)->Unit(benchmark::kMillisecond)->UseReal
 
 void BM_DecodeOnly(benchmark::State& state)
 {
-    const std::string& path = BenchFile();
-    constexpr size_t kBlock = 65536;
-    std::vector<double> x(kBlock), y(kBlock), z(kBlock);
-    std::vector<uint16_t> red(kBlock), green(kBlock), blue(kBlock);
-    std::vector<int8_t> invalid(kBlock);
-    uint64_t points = 0;
-    double sink = 0;
-    for (auto _ : state) {
-        e57::Reader reader(path, e57::ReaderOptions());
-        for (int64_t s = 0; s < reader.GetData3DCount(); ++s) {
-            e57::Data3D header;
-            reader.ReadData3D(s, header);
-            e57::Data3DPointsData_d b;
-            b.cartesianX = x.data();
-            b.cartesianY = y.data();
-            b.cartesianZ = z.data();
-            if (header.pointFields.colorRedField && header.pointFields.colorGreenField &&
-                header.pointFields.colorBlueField) {
-                b.colorRed = red.data();
-                b.colorGreen = green.data();
-                b.colorBlue = blue.data();
-                b.isColorInvalid = invalid.data();
-            }
-            e57::CompressedVectorReader cv = reader.SetUpData3DPointsData(s, kBlock, b);
-            for (unsigned n; (n = cv.read()) > 0;) {
-                points += n;
-                sink += x[n - 1] + double(red[n - 1]);
-            }
-        }
-        benchmark::DoNotOptimize(sink);
-    }
-    state.counters["points/s"] = benchmark::Counter(double(points), benchmark::Counter::kIsRate);
-    state.SetBytesProcessed(int64_t(FileSize(path)) * int64_t(state.iterations()));
+    bench::DecodeAllPoints(state, 100);
 }
 BENCHMARK(BM_DecodeOnly)->Unit(benchmark::kMillisecond)->UseRealTime();
 
