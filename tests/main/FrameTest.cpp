@@ -11,28 +11,15 @@
 #include "main/EntryPoints.h"
 #include "main/Log.h"
 #include "palette/PunktwolkenPalette.h"
+#include "support/AddOnFixture.h"
 #include "support/TestSupport.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-class FrameTest : public ::testing::Test {
+class FrameTest : public pwtest::AddOnFixture {
 protected:
-    void SetUp() override
-    {
-        logPath_ = dir_.File("pcd_debug.log");
-        SetLogPath(logPath_.c_str());
-        host_.BindAsCurrent();
-        sim::SimulatedPaletteView::InstallFactory();
-    }
-
-    void TearDown() override
-    {
-        PunktwolkenPalette::ResetInstanceForTesting();
-        SetLogPath(nullptr);
-    }
-
     void StartAddOn()
     {
         EnvirParams envir;
@@ -40,14 +27,6 @@ protected:
         RegisterInterface();
         Initialize();
     }
-
-    std::vector<std::string> Log() const { return pwtest::ReadLines(logPath_); }
-
-    sim::SimulatedPaletteView& View() { return sim::SimulatedPaletteView::Of(*PunktwolkenPalette::Existing()); }
-
-    sim::SimulatedHost host_;
-    pwtest::TempDir dir_;
-    std::string logPath_;
 };
 
 TEST_F(FrameTest, EntryPointsRegisterMenuAndPaletteInHostOrder)

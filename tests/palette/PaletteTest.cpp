@@ -11,6 +11,7 @@
 #include "main/EntryPoints.h"
 #include "main/Log.h"
 #include "palette/PunktwolkenPalette.h"
+#include "support/AddOnFixture.h"
 #include "support/TestSupport.h"
 
 namespace fs = std::filesystem;
@@ -22,30 +23,14 @@ std::vector<host::AddPar> OurParams(const std::u16string& e57Path, double densit
     return {sim::StringPar("sE57Path", e57Path), sim::IntPar("iDensityPercent", density)};
 }
 
-class PaletteTest : public ::testing::Test {
+class PaletteTest : public pwtest::AddOnFixture {
 protected:
-    void SetUp() override
-    {
-        logPath_ = dir_.File("pcd_debug.log");
-        SetLogPath(logPath_.c_str());
-        host_.BindAsCurrent();
-        sim::SimulatedPaletteView::InstallFactory();
-    }
-
-    void TearDown() override
-    {
-        PunktwolkenPalette::ResetInstanceForTesting();
-        SetLogPath(nullptr);
-    }
-
     // The palette as the menu command opens it.
     PunktwolkenPalette& Open()
     {
         MenuCommandHandler(host::MenuParams{32500, 1});
         return *PunktwolkenPalette::Existing();
     }
-
-    sim::SimulatedPaletteView& View() { return sim::SimulatedPaletteView::Of(*PunktwolkenPalette::Existing()); }
 
     bool FooterEnabled()
     {
@@ -55,12 +40,6 @@ protected:
         EXPECT_TRUE(re == edit && edit == del) << "footer items must change together";
         return re;
     }
-
-    std::vector<std::string> Log() const { return pwtest::ReadLines(logPath_); }
-
-    sim::SimulatedHost host_;
-    pwtest::TempDir dir_;
-    std::string logPath_;
 };
 
 TEST_F(PaletteTest, NewPaletteStartsWithItsDefaults)
