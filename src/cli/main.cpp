@@ -6,6 +6,7 @@
 int main(int argc, char** argv)
 {
     CLI::App app{"punktwolke - E57 point clouds into Archicad library parts"};
+    app.set_version_flag("--version", "punktwolke " PW_VERSION);
     app.require_subcommand(1);
     int exitStatus = 0;
     AddInfoCommand(app, exitStatus);

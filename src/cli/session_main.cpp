@@ -35,6 +35,7 @@ int main(int argc, char** argv)
     std::string converter;
     std::string resources = PW_DEFAULT_RESOURCE_FILE;
     bool keep = false;
+    app.set_version_flag("--version", "punktwolke-session " PW_VERSION);
     app.add_option("script", script, "script file, or - for standard input")->required();
     app.add_option("--converter", converter,
                    "stand-in LP_XMLConverter (default: ../lpxmlconverter/pw-lpxmlconverter next to this program)");

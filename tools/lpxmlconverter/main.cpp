@@ -54,6 +54,10 @@ void FakeFailureIfAsked()
 
 int main(int argc, char** argv)
 {
+    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+        std::printf("pw-lpxmlconverter %s\n", PW_VERSION);
+        return 0;
+    }
     FakeFailureIfAsked();
     if (argc != 4 || std::strcmp(argv[1], "xml2libpart") != 0) {
         std::fprintf(stderr, "usage: %s xml2libpart SOURCE.xml DEST.gsm\n", argc > 0 ? argv[0] : "pw-lpxmlconverter");
