@@ -45,4 +45,5 @@ fi
 if [ "$fail" -ne 0 ]; then
   exit 1
 fi
-echo "check-addon-module: $module needs only: $(echo $needed)"
+# shellcheck disable=SC2086  # one line of names
+echo "check-addon-module: $module needs only:" $needed

@@ -62,7 +62,8 @@ package_deb() {
   (cd "$build" && cpack -G DEB -B "$out" >/dev/null)
   rm -rf "$out/_CPack_Packages"
   local deb
-  deb=$(ls -t "$out"/punktwolke_"$version"_*.deb | head -n 1)
+  deb=$out/punktwolke_${version}_$(dpkg --print-architecture).deb
+  [ -f "$deb" ] || { echo "package.sh: cpack made no $deb" >&2; exit 1; }
   echo "package.sh: $deb"
   dpkg-deb -f "$deb" Package Version Architecture Depends
 

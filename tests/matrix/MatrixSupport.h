@@ -199,7 +199,7 @@ struct RunResult {
 
 inline std::string ToolPath()
 {
-    return std::string(PW_BINARY_DIR) + "/src/punktwolke";
+    return std::string(PW_PUNKTWOLKE);
 }
 
 inline RunResult RunTool(const std::vector<std::string>& args, const Limits& limits = Limits(),

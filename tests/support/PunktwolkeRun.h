@@ -30,7 +30,7 @@ struct RunOptions {
 
 inline std::string BinaryPath()
 {
-    return std::string(PW_BINARY_DIR) + "/src/punktwolke";
+    return std::string(PW_PUNKTWOLKE);
 }
 
 inline std::string ScratchDir(const std::string& name)
