@@ -4,8 +4,11 @@
 #   1. installs the cross compiler, qemu-user and the :arm64 -dev packages
 #      (scripts/setup.sh --aarch64);
 #   2. builds into build/aarch64 (cmake/aarch64-linux-gnu.cmake) and runs the
-#      tests with ctest, each under qemu-aarch64 (PW_AARCH64_TESTS: a ctest -R
-#      regex to run only some);
+#      tests with ctest, each under qemu-aarch64: all but the bad-input matrix
+#      (label "matrix"), whose runs under a 1 GiB address-space limit cannot
+#      work under qemu-user (the emulator itself reserves more) and would take
+#      most of an hour; it runs natively in scripts/test.sh.
+#      PW_AARCH64_CTEST_ARGS replaces that choice (e.g. "-R Crc32c").
 #   3. converts the shared sample files and a synthetic scan with the arm64
 #      and the x86-64 punktwolke (build/release, built if missing) and checks
 #      that the point files, and the synthetic E57 file itself, are the same
@@ -32,11 +35,8 @@ file build/aarch64/src/punktwolke | grep -q 'ARM aarch64' || {
   echo "test-aarch64: build/aarch64/src/punktwolke is not an arm64 program" >&2; exit 1; }
 
 echo "=== aarch64: tests under qemu-aarch64 ==="
-ctest_args=(--test-dir build/aarch64 -j "$jobs" --output-on-failure --timeout 600)
-if [ -n "${PW_AARCH64_TESTS:-}" ]; then
-  ctest_args+=(-R "$PW_AARCH64_TESTS")
-fi
-ctest "${ctest_args[@]}"
+read -r -a select <<<"${PW_AARCH64_CTEST_ARGS:--LE matrix}"
+ctest --test-dir build/aarch64 -j "$jobs" --output-on-failure --timeout 600 "${select[@]}"
 
 echo "=== aarch64: same bytes as x86-64 ==="
 if [ ! -x build/release/src/punktwolke ]; then
