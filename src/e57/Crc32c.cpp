@@ -138,15 +138,26 @@ bool CpuHasCrc32c()
 #define PW_CRC32C_TARGET __attribute__((target("+crc+crypto")))
 #endif
 using CrcReg = uint32_t;
+#if defined(__clang__)
+// clang's <arm_acle.h> declares the __crc32c* intrinsics only when the whole
+// file is built for the CRC extension; its builtins follow the function's target.
+#define PW_CRC32C_8_VALUE(crc, v) __builtin_arm_crc32cd((crc), (v))
+#define PW_CRC32C_8(crc, p) __builtin_arm_crc32cd((crc), Load64(p))
+#define PW_CRC32C_4(crc, w) __builtin_arm_crc32cw((crc), (w))
+#define PW_CRC32C_2(crc, h) __builtin_arm_crc32ch((crc), (h))
+#define PW_CRC32C_1(crc, b) __builtin_arm_crc32cb((crc), (b))
+#else
+#define PW_CRC32C_8_VALUE(crc, v) __crc32cd((crc), (v))
 #define PW_CRC32C_8(crc, p) __crc32cd((crc), Load64(p))
 #define PW_CRC32C_4(crc, w) __crc32cw((crc), (w))
 #define PW_CRC32C_2(crc, h) __crc32ch((crc), (h))
 #define PW_CRC32C_1(crc, b) __crc32cb((crc), (b))
+#endif
 
 PW_CRC32C_TARGET inline uint32_t Shift(uint32_t crc, uint32_t k)
 {
     const poly128_t product = vmull_p64(poly64_t(crc), poly64_t(k));
-    return __crc32cd(0, vgetq_lane_u64(vreinterpretq_u64_p128(product), 0));
+    return PW_CRC32C_8_VALUE(0, vgetq_lane_u64(vreinterpretq_u64_p128(product), 0));
 }
 
 // The CRC instructions and the 64-bit carry-less multiply (PMULL).
