@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Builds and runs every test: the release build, then the address +
-# undefined-behaviour sanitizer build.
+# Builds and runs every test: the release build, the address +
+# undefined-behaviour sanitizer build, then the release build as C++20.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc 2>/dev/null || echo 2)
-for preset in release asan; do
+for preset in release asan cxx20; do
   echo "=== $preset ==="
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset" -j "$jobs"
