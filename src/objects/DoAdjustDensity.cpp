@@ -93,7 +93,10 @@ std::string ThroughDefaultCharset(const std::string& utf8Text)
 bool DoAdjustDensity(host::Host& host, const PointCloudEntry& entry, int densityPercent)
 {
     Log("--- DoAdjustDensity ---");
-    const std::string gspcPath = entry.folder + "/" + entry.gspcFileName;
+    // The file paths reach the E57 reader and the C library as narrow strings
+    // in the host's default character set.
+    const host::DefaultCharset& charset = host::CurrentDefaultCharset();
+    const std::string gspcPath = charset.FromUtf8(entry.folder + "/" + entry.gspcFileName);
 
     bool processWindowOpen = false;
     // On an exception the writer is left as it is: no Close, so the point
@@ -102,7 +105,7 @@ bool DoAdjustDensity(host::Host& host, const PointCloudEntry& entry, int density
     try {
         e57::ReaderOptions options;
         options.checksumPolicy = 100;
-        e57::Reader reader(host::CurrentDefaultCharset().FromUtf8(entry.e57Path), options);
+        e57::Reader reader(charset.FromUtf8(entry.e57Path), options);
         if (!reader.IsOpen()) {
             host.reportWindow.WriteReport("E57-Datei konnte nicht geöffnet werden.", true);
             return false;
@@ -116,7 +119,7 @@ bool DoAdjustDensity(host::Host& host, const PointCloudEntry& entry, int density
         // A folder deleted by hand is made again; any failure shows up when
         // the point file cannot be opened.
         std::error_code ignored;
-        std::filesystem::create_directory(std::filesystem::path(entry.folder), ignored);
+        std::filesystem::create_directory(std::filesystem::path(charset.FromUtf8(entry.folder)), ignored);
 
         // Rewrites the existing point file in place.
         if (!writer.Open(gspcPath.c_str())) {
