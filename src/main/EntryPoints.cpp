@@ -16,6 +16,8 @@ constexpr int16_t kNoReferenceDialog = -32768;  // Show(): no dialog to place it
 
 }  // namespace
 
+namespace frame {
+
 int32_t CheckEnvironment(EnvirParams& envir)
 {
     host::AddOnRegistration& registration = host::CurrentHost().registration;
@@ -71,3 +73,5 @@ host::ErrCode MenuCommandHandler(const host::MenuParams& params)
     }
     return host::NoError;
 }
+
+}  // namespace frame

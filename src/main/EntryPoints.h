@@ -6,6 +6,10 @@
 #include "host/AddOnRegistration.h"
 #include "host/HostTypes.h"
 
+// The portable frame. Its functions carry the names of the host's entry
+// points; the namespace keeps them apart from the binding's exported C ones.
+namespace frame {
+
 // The name and description fields of the host's API_EnvirParams.
 struct EnvirParams {
     std::string addOnName;
@@ -31,3 +35,5 @@ constexpr int16_t kPaletteResId = 32400;
 // in the host's in-memory GUID layout (first three fields little-endian), so the
 // binding can copy them into an API_Guid as they are.
 const host::Guid& PaletteGuid();
+
+}  // namespace frame

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "e57/Reader.h"
+#include "host/DefaultCharset.h"
 #include "import/ConvertE57ToGspc.h"
 #include "import/GspcWriter.h"
 #include "import/LibraryFolders.h"
@@ -79,12 +80,12 @@ int UpdatePlacedParams(host::Host& host, int libIdx, int densityPercent, long lo
 }
 
 // The report text goes to a narrow string in the host string's default
-// character set and back before it is written. On the host that is the
-// default charset of GS::UniString; here text is UTF-8 throughout and the
-// default narrow charset is UTF-8 as well, so the round trip is the identity.
+// character set and back before it is written: characters that set lacks do
+// not survive.
 std::string ThroughDefaultCharset(const std::string& utf8Text)
 {
-    return utf8Text;
+    const host::DefaultCharset& charset = host::CurrentDefaultCharset();
+    return charset.ToUtf8(charset.FromUtf8(utf8Text));
 }
 
 }  // namespace
@@ -92,7 +93,10 @@ std::string ThroughDefaultCharset(const std::string& utf8Text)
 bool DoAdjustDensity(host::Host& host, const PointCloudEntry& entry, int densityPercent)
 {
     Log("--- DoAdjustDensity ---");
-    const std::string gspcPath = entry.folder + "/" + entry.gspcFileName;
+    // The file paths reach the E57 reader and the C library as narrow strings
+    // in the host's default character set.
+    const host::DefaultCharset& charset = host::CurrentDefaultCharset();
+    const std::string gspcPath = charset.FromUtf8(entry.folder + "/" + entry.gspcFileName);
 
     bool processWindowOpen = false;
     // On an exception the writer is left as it is: no Close, so the point
@@ -101,7 +105,7 @@ bool DoAdjustDensity(host::Host& host, const PointCloudEntry& entry, int density
     try {
         e57::ReaderOptions options;
         options.checksumPolicy = 100;
-        e57::Reader reader(entry.e57Path, options);
+        e57::Reader reader(charset.FromUtf8(entry.e57Path), options);
         if (!reader.IsOpen()) {
             host.reportWindow.WriteReport("E57-Datei konnte nicht geöffnet werden.", true);
             return false;
@@ -115,7 +119,7 @@ bool DoAdjustDensity(host::Host& host, const PointCloudEntry& entry, int density
         // A folder deleted by hand is made again; any failure shows up when
         // the point file cannot be opened.
         std::error_code ignored;
-        std::filesystem::create_directory(std::filesystem::path(entry.folder), ignored);
+        std::filesystem::create_directory(std::filesystem::path(charset.FromUtf8(entry.folder)), ignored);
 
         // Rewrites the existing point file in place.
         if (!writer.Open(gspcPath.c_str())) {

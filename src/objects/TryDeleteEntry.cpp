@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include "host/DefaultCharset.h"
 #include "import/LibraryFolders.h"
 #include "main/Log.h"
 #include "objects/FindPlacedInstances.h"
@@ -43,11 +44,13 @@ bool TryDeleteEntry(host::Host& host, const PointCloudEntry& entry)
 
     // Failures from here on are not detected: files already gone, a folder
     // that still holds foreign files (rmdir only removes an empty one).
-    const std::string gsmPath = entry.folder + "/" + entry.name + ".gsm";
-    const std::string gspcPath = entry.folder + "/" + entry.gspcFileName;
+    // The paths reach the C library as narrow strings in the host's default set.
+    const host::DefaultCharset& charset = host::CurrentDefaultCharset();
+    const std::string gsmPath = charset.FromUtf8(entry.folder + "/" + entry.name + ".gsm");
+    const std::string gspcPath = charset.FromUtf8(entry.folder + "/" + entry.gspcFileName);
     std::remove(gsmPath.c_str());
     std::remove(gspcPath.c_str());
-    ::rmdir(entry.folder.c_str());
+    ::rmdir(charset.FromUtf8(entry.folder).c_str());
 
     UnregisterLibraryDir(host.libraryList, entry.folder);
 

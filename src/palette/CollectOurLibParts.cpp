@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstring>
 
+#include "host/DefaultCharset.h"
 #include "main/Log.h"
 
 namespace {
@@ -53,6 +54,8 @@ std::string NarrowHostText(const host::UniChar* text, size_t capacity)
 std::vector<PointCloudEntry> CollectOurLibParts(host::LibParts& libParts)
 {
     std::vector<PointCloudEntry> entries;
+    // The narrowed 8-bit texts become host strings in the host's default set.
+    const host::DefaultCharset& charset = host::CurrentDefaultCharset();
 
     int32_t count = 0;
     if (libParts.GetNum(count) != host::NoError) {
@@ -83,7 +86,7 @@ std::vector<PointCloudEntry> CollectOurLibParts(host::LibParts& libParts)
             for (size_t k = 0; k < n && k < available; ++k) {
                 const host::AddPar& parameter = (*parameters)[k];
                 if (NameIs(parameter, "sE57Path") && parameter.typeID == host::APIParT_CString) {
-                    e57Path = NarrowHostText(parameter.uStr.data(), parameter.uStr.size());
+                    e57Path = charset.ToUtf8(NarrowHostText(parameter.uStr.data(), parameter.uStr.size()));
                 } else if (NameIs(parameter, "iDensityPercent")) {
                     density = RoundedDensity(parameter.real);
                 }
@@ -95,7 +98,7 @@ std::vector<PointCloudEntry> CollectOurLibParts(host::LibParts& libParts)
         }
 
         PointCloudEntry entry;
-        entry.name = NarrowHostText(libPart.docu_UName.data(), libPart.docu_UName.size());
+        entry.name = charset.ToUtf8(NarrowHostText(libPart.docu_UName.data(), libPart.docu_UName.size()));
         if (EndsWithGsm(entry.name)) {
             entry.name.resize(entry.name.size() - 4);
         }

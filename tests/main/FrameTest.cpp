@@ -22,10 +22,10 @@ class FrameTest : public pwtest::AddOnFixture {
 protected:
     void StartAddOn()
     {
-        EnvirParams envir;
-        CheckEnvironment(envir);
-        RegisterInterface();
-        Initialize();
+        frame::EnvirParams envir;
+        frame::CheckEnvironment(envir);
+        frame::RegisterInterface();
+        frame::Initialize();
     }
 };
 
@@ -34,12 +34,12 @@ TEST_F(FrameTest, EntryPointsRegisterMenuAndPaletteInHostOrder)
     host_.Registration().SetString(32000, 1, "Punktwolke");
     host_.Registration().SetString(32000, 2, "Beschreibung");
 
-    EnvirParams envir;
-    EXPECT_EQ(CheckEnvironment(envir), 2);
+    frame::EnvirParams envir;
+    EXPECT_EQ(frame::CheckEnvironment(envir), 2);
     EXPECT_EQ(envir.addOnName, "Punktwolke");
     EXPECT_EQ(envir.addOnDescription, "Beschreibung");
-    EXPECT_EQ(RegisterInterface(), 0);
-    EXPECT_EQ(Initialize(), 0);
+    EXPECT_EQ(frame::RegisterInterface(), 0);
+    EXPECT_EQ(frame::Initialize(), 0);
 
     EXPECT_EQ(host_.Calls().Calls(),
               (std::vector<std::string>{"GetIndString 32000 1", "GetIndString 32000 2", "RegisterMenu 32500 32600 0 0",
@@ -57,7 +57,7 @@ TEST_F(FrameTest, EntryPointsRegisterMenuAndPaletteInHostOrder)
     EXPECT_EQ(PunktwolkenPalette::Existing(), nullptr) << "Initialize must not create the palette";
 
     PunktwolkenPalette* palette = PunktwolkenPalette::GetInstance();
-    EXPECT_EQ(FreeData(), 0);
+    EXPECT_EQ(frame::FreeData(), 0);
     EXPECT_TRUE(host_.Registration().Windows().empty());
     EXPECT_EQ(PunktwolkenPalette::Existing(), palette) << "FreeData must leave the palette alive";
 }
@@ -68,9 +68,9 @@ TEST_F(FrameTest, EntryPointsReturnZeroWhenTheHostRefuses)
     host_.Faults().FailNext(sim::Op::InstallMenuHandler, sim::APIERR_GENERAL);
     host_.Faults().FailNext(sim::Op::RegisterModelessWindow, sim::APIERR_BADID);
     host_.Faults().FailNext(sim::Op::UnregisterModelessWindow, sim::APIERR_BADID);
-    EXPECT_EQ(RegisterInterface(), 0);
-    EXPECT_EQ(Initialize(), 0);
-    EXPECT_EQ(FreeData(), 0);
+    EXPECT_EQ(frame::RegisterInterface(), 0);
+    EXPECT_EQ(frame::Initialize(), 0);
+    EXPECT_EQ(frame::FreeData(), 0);
     EXPECT_EQ(Log(), (std::vector<std::string>{"Initialize() aufgerufen.", "ModelessWindow registriert."}));
 }
 
@@ -106,7 +106,7 @@ TEST_F(FrameTest, MissingLogFolderChangesNothingAndCreatesNoFile)
     EXPECT_EQ(host_.Registration().InvokeMenu(32500, 1), 0);
     ASSERT_NE(PunktwolkenPalette::Existing(), nullptr);
     EXPECT_TRUE(View().IsVisible());
-    EXPECT_EQ(FreeData(), 0);
+    EXPECT_EQ(frame::FreeData(), 0);
     EXPECT_FALSE(fs::exists(missing.parent_path()));
 }
 

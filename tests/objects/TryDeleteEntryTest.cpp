@@ -3,11 +3,13 @@
 // what an undo can and cannot bring back.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
+#include "host/DefaultCharset.h"
 #include "objects/TryDeleteEntry.h"
 #include "ObjectsTestSupport.h"
 
@@ -177,3 +179,32 @@ TEST_F(TryDeleteEntryTest, UndoBringsTheInstancesBackButNotTheFiles)
 }
 
 }  // namespace
+
+TEST_F(TryDeleteEntryTest, FilesAreRemovedAtTheirNarrowPathsInTheDefaultCharacterSet)
+{
+    // The catalogue's "Süd" under an ISO 8859-1 default set: its files lie at
+    // paths whose ü is the single byte 0xFC.
+    std::array<char32_t, 128> latin1{};
+    for (size_t i = 0; i < latin1.size(); ++i) {
+        latin1[i] = static_cast<char32_t>(0x80 + i);
+    }
+    const host::CodePageCharset charset(latin1);
+    PointCloudEntry sued = entry_;
+    sued.name = "S\u00FCd";
+    sued.folder = (dir_ / "S\u00FCd").string();
+    sued.gspcFileName = "S\u00FCd_data.gspc";
+    sued.libIdx = h_.LibParts().AddLibPart(u"S\u00FCd", PartParams(10, 100));
+    const fs::path narrowFolder = dir_ / "S\xFC" "d";
+    fs::create_directory(narrowFolder);
+    std::ofstream(narrowFolder / "S\xFC" "d.gsm", std::ios::binary) << "library part";
+    std::ofstream(narrowFolder / "S\xFC" "d_data.gspc", std::ios::binary) << "points";
+    h_.AlertDialog().QueueAnswer(1);
+
+    host::SetDefaultCharset(&charset);
+    const bool deleted = TryDeleteEntry(h_.Bundle(), sued);
+    host::SetDefaultCharset(nullptr);
+
+    EXPECT_TRUE(deleted);
+    EXPECT_FALSE(fs::exists(narrowFolder));
+    EXPECT_TRUE(fs::exists(GsmPath())) << "the other entry's files stay";
+}

@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <fstream>
 #include <string>
 #include <vector>
 
+#include "host/DefaultCharset.h"
 #include "host/sim/SimulatedHost.h"
 #include "main/Log.h"
 #include "palette/CollectOurLibParts.h"
@@ -167,4 +169,28 @@ TEST_F(Catalogue, HostTextIsNarrowedToEightBits)
     // At most 256 units are taken.
     std::vector<host::UniChar> text(300, u'a');
     EXPECT_EQ(NarrowHostText(text.data(), text.size()), std::string(256, 'a'));
+}
+
+TEST_F(Catalogue, NarrowedTextIsReadBackInTheHostsDefaultCharacterSet)
+{
+    // With an 8-bit default set (here ISO 8859-1) the narrowed byte 0xFC is ü
+    // again, and U+20AC (low byte 0xAC) comes back as U+00AC.
+    std::array<char32_t, 128> latin1{};
+    for (size_t i = 0; i < latin1.size(); ++i) {
+        latin1[i] = static_cast<char32_t>(0x80 + i);
+    }
+    const host::CodePageCharset charset(latin1);
+    AddOurs(u"S\u00FCd", 10, u"/Scans/S\u00FCd.e57");
+    AddOurs(u"\u20ACuro", 10, u"/s/\u20ACuro.e57");
+
+    host::SetDefaultCharset(&charset);
+    const auto entries = Collect();
+    host::SetDefaultCharset(nullptr);
+
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].name, "S\u00FCd");
+    EXPECT_EQ(entries[0].e57Path, "/Scans/S\u00FCd.e57");
+    EXPECT_EQ(entries[0].folder, "/Scans/S\u00FCd");
+    EXPECT_EQ(entries[0].gspcFileName, "S\u00FCd_data.gspc");
+    EXPECT_EQ(entries[1].name, "\u00ACuro");
 }

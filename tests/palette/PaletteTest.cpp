@@ -28,7 +28,7 @@ protected:
     // The palette as the menu command opens it.
     PunktwolkenPalette& Open()
     {
-        MenuCommandHandler(host::MenuParams{32500, 1});
+        frame::MenuCommandHandler(host::MenuParams{32500, 1});
         return *PunktwolkenPalette::Existing();
     }
 

@@ -109,7 +109,7 @@ TEST(ResourceFiles, PaletteResourceMatchesTheSimulatedWindow)
     EXPECT_EQ(grc.rfind("\xEF\xBB\xBF", 0), 0u) << "resource files are UTF-8 with a byte order mark";
 
     // 'GDLG' 32400 Palette | flags ... x y width height "title" {
-    const size_t at = grc.find("'GDLG' " + std::to_string(kPaletteResId) + " Palette");
+    const size_t at = grc.find("'GDLG' " + std::to_string(frame::kPaletteResId) + " Palette");
     ASSERT_NE(at, std::string::npos);
     const std::string header = grc.substr(at, grc.find('{', at) - at);
     std::istringstream words(header.substr(0, header.find('"')));
@@ -177,10 +177,10 @@ TEST(ResourceFiles, PaletteResourceMatchesTheSimulatedWindow)
 TEST(ResourceFiles, StringsAndIconsThatTheCodeUsesExist)
 {
     const std::string grc = pwtest::Slurp(kResources / "RINT" / "Punktwolke.grc");
-    EXPECT_EQ(QuotedStrings(ResourceBody(grc, "'STR#' " + std::to_string(kStringsResId))).size(), 2u);
+    EXPECT_EQ(QuotedStrings(ResourceBody(grc, "'STR#' " + std::to_string(frame::kStringsResId))).size(), 2u);
     // The menu: its title, then item 1 which the menu handler answers.
-    EXPECT_GE(QuotedStrings(ResourceBody(grc, "'STR#' " + std::to_string(kMenuResId))).size(), 2u);
-    EXPECT_GE(QuotedStrings(ResourceBody(grc, "'STR#' " + std::to_string(kPromptResId))).size(), 2u);
+    EXPECT_GE(QuotedStrings(ResourceBody(grc, "'STR#' " + std::to_string(frame::kMenuResId))).size(), 2u);
+    EXPECT_GE(QuotedStrings(ResourceBody(grc, "'STR#' " + std::to_string(frame::kPromptResId))).size(), 2u);
 
     // Icons of items 5 and 7: each names a 'GICN' whose image exists.
     const std::vector<GrcItem> items = DialogItems(ResourceBody(grc, "'GDLG' 32400"));

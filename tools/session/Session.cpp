@@ -306,16 +306,16 @@ int Runner::Run(std::istream& script)
 void Runner::Start()
 {
     out_ << "> start\n";
-    EnvirParams envir;
-    const int32_t type = CheckEnvironment(envir);
+    frame::EnvirParams envir;
+    const int32_t type = frame::CheckEnvironment(envir);
     out_ << "  CheckEnvironment -> " << type << ": \"" << envir.addOnName << "\", \"" << envir.addOnDescription
          << "\"\n";
-    out_ << "  RegisterInterface -> " << RegisterInterface() << "\n";
+    out_ << "  RegisterInterface -> " << frame::RegisterInterface() << "\n";
     for (const sim::MenuRegistration& menu : host_.Registration().Menus()) {
         out_ << "  menu registered: " << menu.menuStrResID << " prompt " << menu.promptStrResID << " position "
              << menu.menuPosCode << " flags " << menu.menuFlags << "\n";
     }
-    out_ << "  Initialize -> " << Initialize() << "\n";
+    out_ << "  Initialize -> " << frame::Initialize() << "\n";
     for (const auto& [id, window] : host_.Registration().Windows()) {
         out_ << "  palette registered: reference " << id << " flags " << window.controlFlags << "\n";
     }
@@ -325,7 +325,7 @@ void Runner::Start()
 void Runner::Finish()
 {
     out_ << "> end\n";
-    out_ << "  FreeData -> " << FreeData() << "\n";
+    out_ << "  FreeData -> " << frame::FreeData() << "\n";
     out_ << "  registered palettes: " << host_.Registration().Windows().size() << "\n";
     PrintChanges(false);
     const std::vector<std::string>& problems = host_.Calls().Problems();
@@ -362,14 +362,14 @@ bool Runner::Execute(const std::string& line)
         } else {
             // The add-on installed no handler for this menu; call its handler as if the host did.
             out_ << "  (no handler installed for menu " << resID << "; calling the add-on's handler directly)\n";
-            out_ << "  handler -> " << MenuCommandHandler(host::MenuParams{resID, itemIndex}) << "\n";
+            out_ << "  handler -> " << frame::MenuCommandHandler(host::MenuParams{resID, itemIndex}) << "\n";
         }
         return true;
     }
     if (cmd == "palette-message" && w.size() == 2 && ParseInt(w[1], -2147483647L - 1, 2147483647L, a)) {
         bool visible = false;
         const intptr_t param = a == 7 ? reinterpret_cast<intptr_t>(&visible) : 0;
-        const host::ErrCode err = host_.Registration().SendPaletteMessage(kPaletteRefId, static_cast<int32_t>(a), param);
+        const host::ErrCode err = host_.Registration().SendPaletteMessage(frame::kPaletteRefId, static_cast<int32_t>(a), param);
         out_ << "  callback -> " << err << "\n";
         if (a == 7) {
             out_ << "  answer: " << (visible ? "visible" : "not visible") << "\n";

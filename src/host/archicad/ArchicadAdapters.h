@@ -1,19 +1,39 @@
 #pragma once
-// The host interfaces of src/host/ bound to Archicad 26: one adapter per
+// The host interfaces of src/host/ bound to Archicad: one adapter per
 // interface, each method one call of the add-on API, the dialog library or
-// the resource library, in the API's version-26 form.
+// the resource library (renamed calls through ArchicadApi.h).
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
-#include "host/archicad/ArchicadSdk.h"
+#include "host/AddOnRegistration.h"
+#include "host/AlertDialog.h"
+#include "host/DefaultCharset.h"
+#include "host/Elements.h"
+#include "host/LibParts.h"
+#include "host/LibraryList.h"
+#include "host/OpenFileDialog.h"
+#include "host/ProcessWindow.h"
+#include "host/ReportWindow.h"
+#include "host/Stories.h"
+#include "host/UndoableCommand.h"
+
+// The kit after the C++ and system headers: its GSRoot defines macros over
+// C library names (getcwd) that a later system header would trip over.
+#include "ACAPinc.h"   // API_LibraryInfo, API_Element, GS::Array
 
 namespace archicad {
 
 class ArchicadRegistration final : public host::AddOnRegistration {
 public:
+    ArchicadRegistration();
+    ~ArchicadRegistration() override;
+    ArchicadRegistration(const ArchicadRegistration&) = delete;
+    ArchicadRegistration& operator=(const ArchicadRegistration&) = delete;
+
     std::string GetIndString(int32_t resID, int32_t index) override;
     host::ErrCode RegisterMenu(int16_t menuStrResID, int16_t promptStrResID, int32_t menuPosCode,
                                int32_t menuFlags) override;
@@ -21,6 +41,12 @@ public:
     host::ErrCode RegisterModelessWindow(int32_t referenceID, host::PaletteControlCallBackProc callback,
                                          uint32_t controlFlags, const host::Guid& paletteGuid) override;
     host::ErrCode UnregisterModelessWindow(int32_t referenceID) override;
+
+    // The portable handlers behind the C procedures the host calls; these
+    // reach them through the registration that exists (none after FreeData).
+    static ArchicadRegistration* Current();
+    std::map<short, host::MenuCommandProc> menuHandlers;
+    std::map<Int32, host::PaletteControlCallBackProc> paletteCallbacks;
 };
 
 class ArchicadOpenFileDialog final : public host::OpenFileDialog {
@@ -104,6 +130,13 @@ public:
 class ArchicadStories final : public host::Stories {
 public:
     host::ErrCode GetStorySettings(host::StoryInfo& info) override;
+};
+
+// The host string's default character code (GS::UniString's CC_Default).
+class ArchicadDefaultCharset final : public host::DefaultCharset {
+public:
+    std::string ToUtf8(const std::string& text) const override;
+    std::string FromUtf8(const std::string& utf8) const override;
 };
 
 }  // namespace archicad

@@ -1,6 +1,8 @@
 #include "host/archicad/ArchicadAdapters.h"
 #include "host/archicad/ArchicadConversions.h"
 
+#include "DG.h"   // DGAlert
+
 namespace archicad {
 
 int16_t ArchicadAlertDialog::Alert(int16_t alertType, const std::string& title, const std::string& largeText,

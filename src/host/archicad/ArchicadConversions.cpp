@@ -5,6 +5,9 @@
 #include <tuple>
 #include <vector>
 
+#include "host/Conversions.h"
+#include "host/archicad/ArchicadAdapters.h"
+
 namespace archicad {
 
 static_assert(sizeof(API_Guid) == sizeof(host::Guid::bytes), "API_Guid is 16 bytes");
@@ -42,16 +45,31 @@ std::filesystem::path ToPortable(const IO::Location& location)
 
 API_Guid ToArchicad(const host::Guid& guid)
 {
+    const host::GuidFields fields = host::ToGuidFields(guid);
     API_Guid result;
-    std::memcpy(&result, guid.bytes.data(), sizeof result);
+    result.time_low = fields.data1;
+    result.time_mid = fields.data2;
+    result.time_hi_and_version = fields.data3;
+    result.clock_seq_hi_and_reserved = fields.data4[0];
+    result.clock_seq_low = fields.data4[1];
+    for (size_t i = 0; i < 6; ++i) {
+        result.node[i] = fields.data4[2 + i];
+    }
     return result;
 }
 
 host::Guid ToPortable(const API_Guid& guid)
 {
-    host::Guid result;
-    std::memcpy(result.bytes.data(), &guid, sizeof guid);
-    return result;
+    host::GuidFields fields;
+    fields.data1 = guid.time_low;
+    fields.data2 = guid.time_mid;
+    fields.data3 = guid.time_hi_and_version;
+    fields.data4[0] = guid.clock_seq_hi_and_reserved;
+    fields.data4[1] = guid.clock_seq_low;
+    for (size_t i = 0; i < 6; ++i) {
+        fields.data4[2 + i] = guid.node[i];
+    }
+    return host::FromGuidFields(fields);
 }
 
 GS::Guid ToGsGuid(const host::Guid& guid)
@@ -246,6 +264,24 @@ void ToArchicad(const host::Element& from, API_Element& to)
     to.object.angle = from.angle;
     to.object.xRatio = from.xRatio;
     to.object.yRatio = from.yRatio;
+}
+
+}  // namespace archicad
+
+// --- the host's default character set ----------------------------------------
+
+namespace archicad {
+
+// 8-bit text becomes a host string with the host's default character code
+// (the constructor's default) and comes back through ToCStr's default.
+std::string ArchicadDefaultCharset::ToUtf8(const std::string& text) const
+{
+    return ToPortable(GS::UniString(text.c_str()));
+}
+
+std::string ArchicadDefaultCharset::FromUtf8(const std::string& utf8) const
+{
+    return std::string(ToArchicad(utf8).ToCStr().Get());
 }
 
 }  // namespace archicad

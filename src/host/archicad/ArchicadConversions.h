@@ -1,9 +1,10 @@
 #pragma once
 // Conversions between the host's records and the portable types of
 // src/host/HostTypes.h. Every crossing of the boundary goes through here:
-//   text:       GS::UniString <-> UTF-8 std::string
-//   locations:  IO::Location  <-> std::filesystem::path (POSIX form)
-//   ids:        API_Guid / GS::Guid <-> host::Guid (same 16-byte layout)
+//   text:       GS::UniString <-> UTF-8 std::string (the add-on's own text;
+//               8-bit text in the host's default set is ArchicadDefaultCharset's)
+//   locations:  IO::Location  <-> std::filesystem::path (POSIX form, UTF-8)
+//   ids:        API_Guid / GS::Guid <-> host::Guid (field by field)
 //   parameters: API_AddParType** <-> host::AddParHandle
 //   libraries:  API_LibraryInfo <-> host::LibraryInfo
 //   elements:   API_Element <-> host::Element (the fields the add-on uses)
@@ -11,7 +12,13 @@
 #include <filesystem>
 #include <string>
 
-#include "host/archicad/ArchicadSdk.h"
+#include "host/HostTypes.h"
+
+// The kit after the C++ and system headers (see ArchicadAdapters.h).
+#include "ACAPinc.h"       // API_AddParType, API_LibraryInfo, API_Element, ACAPI_DisposeAddParHdl
+#include "API_Guid.hpp"    // APIGuid2GSGuid
+#include "Location.hpp"    // IO::Location
+#include "UniString.hpp"   // GS::UniString
 
 namespace archicad {
 

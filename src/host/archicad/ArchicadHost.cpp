@@ -1,44 +1,55 @@
 #include "host/archicad/ArchicadHost.h"
 
-#include <memory>
-
+#include "host/DefaultCharset.h"
 #include "host/archicad/ArchicadAdapters.h"
-#include "host/archicad/PunktwolkenPaletteDG.h"
 
 namespace archicad {
 
-host::Host& ArchicadHost()
-{
-    static ArchicadRegistration registration;
-    static ArchicadOpenFileDialog openFileDialog;
-    static ArchicadAlertDialog alertDialog;
-    static ArchicadReportWindow reportWindow;
-    static ArchicadProcessWindow processWindow;
-    static ArchicadLibraryList libraryList;
-    static ArchicadLibParts libParts;
-    static ArchicadElements elements;
-    static ArchicadUndoableCommand undo;
-    static ArchicadStories stories;
-    static host::Host bundle{registration, openFileDialog, alertDialog, reportWindow, processWindow,
-                             libraryList,  libParts,       elements,    undo,         stories};
-    return bundle;
-}
+namespace {
+
+// All adapters in one heap object. Created on first use and released in
+// FreeData: the kit's services are gone by the time the bundle unloads, so
+// no object of the kit may live in static storage.
+struct Adapters {
+    ArchicadRegistration registration;
+    ArchicadOpenFileDialog openFileDialog;
+    ArchicadAlertDialog alertDialog;
+    ArchicadReportWindow reportWindow;
+    ArchicadProcessWindow processWindow;
+    ArchicadLibraryList libraryList;
+    ArchicadLibParts libParts;
+    ArchicadElements elements;
+    ArchicadUndoableCommand undo;
+    ArchicadStories stories;
+    ArchicadDefaultCharset defaultCharset;
+    host::Host bundle{registration, openFileDialog, alertDialog, reportWindow, processWindow,
+                      libraryList,  libParts,       elements,    undo,         stories};
+};
+
+Adapters* g_adapters = nullptr;
+bool g_factoryInstalled = false;
+
+}  // namespace
 
 void BindArchicadHost()
 {
-    static bool bound = false;
-    if (bound) {
-        return;
+    if (g_adapters == nullptr) {
+        g_adapters = new Adapters;
     }
-    host::SetCurrentHost(&ArchicadHost());
-    PunktwolkenPalette::SetViewFactory([](PunktwolkenPalette& palette) -> std::unique_ptr<PaletteView> {
-        std::unique_ptr<PaletteView> view = std::make_unique<PunktwolkenPaletteDG>(palette);
-        // The palette lives to the end of the process: the add-on's code must
-        // stay loaded as long as its window exists.
-        ACAPI_KeepInMemory(true);
-        return view;
-    });
-    bound = true;
+    host::SetCurrentHost(&g_adapters->bundle);
+    host::SetDefaultCharset(&g_adapters->defaultCharset);
+    if (!g_factoryInstalled) {
+        InstallPaletteViewFactory();
+        g_factoryInstalled = true;
+    }
+}
+
+void ReleaseArchicadHost()
+{
+    host::SetCurrentHost(nullptr);
+    host::SetDefaultCharset(nullptr);
+    delete g_adapters;
+    g_adapters = nullptr;
 }
 
 }  // namespace archicad

@@ -1,11 +1,12 @@
 // Compile-time checks: every number that the portable code uses in place of a
-// name of the kit must equal that name's value in the Archicad 26 kit. A kit
-// of another version with other values stops the build here.
+// name of the kit must equal that name's value in the kit the add-on is built
+// with. A kit with other values stops the build here.
 #include <cstdint>
 
 #include "host/HostTypes.h"
 
-#include "host/archicad/ArchicadSdk.h"
+#include "ACAPinc.h"
+#include "DG.h"   // DG_WARNING, DG_OK, ...
 
 // Add-on type, menu position and flags, palette flags (entry points).
 static_assert(APIAddon_Preload == 2, "add-on type code 2");
@@ -22,15 +23,14 @@ static_assert(APIPalMsg_ClosePalette == 1 && APIPalMsg_HidePalette_Begin == 2 &&
                   APIPalMsg_OpenPalette == 6 && APIPalMsg_IsPaletteVisible == 7,
               "palette message codes 1 to 7");
 
-// Dialog library values the palette passes as numbers.
-static_assert(DG::ModelessBase::First == -32768, "Show(-32768): no reference dialog");
-static_assert(DG::Dialog::TopLeft == 1, "SetClientSize fix point 1");
-static_assert(DG::ListBox::AllItems == 0, "DeleteItem(0) deletes every row");
-static_assert(DG::ListBox::TopItem == 1, "GetSelectedItem(1) starts at the top");
+// Dialog library values passed as numbers (those of the palette's classes
+// are checked in PunktwolkenPaletteDG.cpp).
 static_assert(DG_WARNING == -2, "alert type -2 of the delete question");
 static_assert(DG_OK == 1 && DG_CANCEL == 2 && DG_THIRD == 3, "alert answers 1, 2, 3");
 
-// Request codes, as the portable code names them with FourCC.
+// Request codes, as the portable code names them with FourCC. Only version 26
+// reaches the host through them; from 27 on the calls have names of their own.
+#if !defined(ServerMainVers_2700)
 static_assert(APIEnv_GetLibrariesID == host::FourCC("GLIB"), "'GLIB'");
 static_assert(APIEnv_SetLibrariesID == host::FourCC("SLIB"), "'SLIB'");
 static_assert(APIDo_ReloadLibrariesID == host::FourCC("RLIB"), "'RLIB'");
@@ -43,6 +43,7 @@ static_assert(APIIo_SetNextProcessPhaseID == host::FourCC("SPRP"), "'SPRP'");
 static_assert(APIIo_SetProcessValueID == host::FourCC("SPRV"), "'SPRV'");
 static_assert(APIIo_IsProcessCanceledID == host::FourCC("CANC"), "'CANC'");
 static_assert(APIIo_CloseProcessWindowID == host::FourCC("CPWD"), "'CPWD'");
+#endif
 
 // Element and parameter codes of HostTypes.h.
 static_assert(host::API_ObjectID == API_ObjectID, "object element type");

@@ -1,4 +1,5 @@
 #include "host/archicad/ArchicadAdapters.h"
+#include "host/archicad/ArchicadApi.h"
 #include "host/archicad/ArchicadConversions.h"
 
 namespace archicad {
@@ -6,7 +7,7 @@ namespace archicad {
 host::ErrCode ArchicadLibParts::GetNum(int32_t& count)
 {
     Int32 hostCount = count;
-    const GSErrCode err = ACAPI_LibPart_GetNum(&hostCount);
+    const GSErrCode err = api::LibPartGetNum(&hostCount);
     count = hostCount;
     return err;
 }
@@ -16,7 +17,7 @@ host::ErrCode ArchicadLibParts::Get(host::LibPart& libPart)
     API_LibPart hostPart;
     BNZeroMemory(&hostPart, sizeof hostPart);
     hostPart.index = libPart.index;
-    const GSErrCode err = ACAPI_LibPart_Get(&hostPart);
+    const GSErrCode err = api::LibPartGet(&hostPart);
     CopyUniText(hostPart.docu_UName, libPart.docu_UName);
     delete hostPart.location;   // the caller owns the location the host allocated
     return err;
@@ -29,7 +30,7 @@ host::ErrCode ArchicadLibParts::GetParams(int32_t libInd, double& a, double& b, 
     double hostB = b;
     Int32 hostCount = addParNum;
     API_AddParType** handle = nullptr;
-    const GSErrCode err = ACAPI_LibPart_GetParams(libInd, &hostA, &hostB, &hostCount, &handle);
+    const GSErrCode err = api::LibPartGetParams(libInd, &hostA, &hostB, &hostCount, &handle);
     a = hostA;
     b = hostB;
     addParNum = hostCount;
@@ -50,14 +51,14 @@ host::ErrCode ArchicadLibParts::OpenParameters(int32_t libInd)
     API_ParamOwnerType owner;
     BNZeroMemory(&owner, sizeof owner);
     owner.libInd = libInd;
-    return ACAPI_Goodies(APIAny_OpenParametersID, &owner);
+    return api::OpenParameters(&owner);
 }
 
 host::ErrCode ArchicadLibParts::GetParameters(double& a, double& b, host::AddParHandle& params)
 {
     API_GetParamsType get;
     BNZeroMemory(&get, sizeof get);
-    const GSErrCode err = ACAPI_Goodies(APIAny_GetActParametersID, &get);
+    const GSErrCode err = api::GetActParameters(&get);
     a = get.a;
     b = get.b;
     params = ToPortable(get.params);
@@ -66,7 +67,7 @@ host::ErrCode ArchicadLibParts::GetParameters(double& a, double& b, host::AddPar
 
 host::ErrCode ArchicadLibParts::CloseParameters()
 {
-    return ACAPI_Goodies(APIAny_CloseParametersID);
+    return api::CloseParameters();
 }
 
 }  // namespace archicad

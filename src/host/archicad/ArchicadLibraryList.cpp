@@ -1,4 +1,5 @@
 #include "host/archicad/ArchicadAdapters.h"
+#include "host/archicad/ArchicadApi.h"
 #include "host/archicad/ArchicadConversions.h"
 
 namespace archicad {
@@ -8,8 +9,7 @@ host::ErrCode ArchicadLibraryList::GetLibraries(std::vector<host::LibraryInfo>& 
 {
     GS::Array<API_LibraryInfo> list;
     Int32 embedded = (embeddedLibraryIndex != nullptr) ? *embeddedLibraryIndex : 0;
-    const GSErrCode err =
-        ACAPI_Environment(APIEnv_GetLibrariesID, &list, (embeddedLibraryIndex != nullptr) ? &embedded : nullptr);
+    const GSErrCode err = api::GetLibraries(&list, (embeddedLibraryIndex != nullptr) ? &embedded : nullptr);
     if (embeddedLibraryIndex != nullptr) {
         *embeddedLibraryIndex = embedded;
     }
@@ -40,12 +40,12 @@ host::ErrCode ArchicadLibraryList::SetLibraries(const std::vector<host::LibraryI
             list.Push(ToArchicad(library));
         }
     }
-    return ACAPI_Environment(APIEnv_SetLibrariesID, &list);
+    return api::SetLibraries(&list);
 }
 
 host::ErrCode ArchicadLibraryList::ReloadLibraries()
 {
-    return ACAPI_Automate(APIDo_ReloadLibrariesID);
+    return api::ReloadLibraries();
 }
 
 }  // namespace archicad

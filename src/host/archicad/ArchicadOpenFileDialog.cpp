@@ -1,6 +1,10 @@
 #include "host/archicad/ArchicadAdapters.h"
 #include "host/archicad/ArchicadConversions.h"
 
+#include "DG.h"             // DG_DLL_EXPORT, for the next header
+#include "DGFileDlg.hpp"    // DGGetOpenFile, DGTypePopupItem
+#include "Location.hpp"
+
 namespace archicad {
 
 bool ArchicadOpenFileDialog::GetOpenFile(const std::string& title, const std::string& typeText,

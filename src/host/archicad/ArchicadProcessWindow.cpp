@@ -1,4 +1,5 @@
 #include "host/archicad/ArchicadAdapters.h"
+#include "host/archicad/ArchicadApi.h"
 #include "host/archicad/ArchicadConversions.h"
 
 namespace archicad {
@@ -6,34 +7,32 @@ namespace archicad {
 host::ErrCode ArchicadProcessWindow::Open(const std::string& title, int32_t phaseCount)
 {
     GS::UniString hostTitle = ToArchicad(title);
-    short nPhase = static_cast<short>(phaseCount);   // version 26 takes the phase count as short
-    return ACAPI_Interface(APIIo_InitProcessWindowID, &hostTitle, &nPhase);
+    return api::InitProcessWindow(&hostTitle, phaseCount);
 }
 
 host::ErrCode ArchicadProcessWindow::NextPhase(const std::string& title, int32_t maxValue)
 {
     GS::UniString subtitle = ToArchicad(title);
     Int32 maxval = maxValue;
-    return ACAPI_Interface(APIIo_SetNextProcessPhaseID, &subtitle, &maxval);
+    return api::SetNextProcessPhase(&subtitle, &maxval);
 }
 
 host::ErrCode ArchicadProcessWindow::SetValue(int32_t value)
 {
     Int32 newval = value;
-    return ACAPI_Interface(APIIo_SetProcessValueID, &newval);
+    return api::SetProcessValue(&newval);
 }
 
 host::ErrCode ArchicadProcessWindow::IsCanceled(bool& canceled)
 {
-    // Version 26 takes no arguments here and answers through the result code.
-    const GSErrCode err = ACAPI_Interface(APIIo_IsProcessCanceledID);
+    const GSErrCode err = api::IsProcessCanceled();
     canceled = (err == APIERR_CANCEL);
     return err;
 }
 
 host::ErrCode ArchicadProcessWindow::Close()
 {
-    return ACAPI_Interface(APIIo_CloseProcessWindowID);
+    return api::CloseProcessWindow();
 }
 
 }  // namespace archicad

@@ -1,33 +1,27 @@
-#include <map>
+#include "RS.hpp"   // RSGetIndString
 
 #include "host/archicad/ArchicadAdapters.h"
+#include "host/archicad/ArchicadApi.h"
 #include "host/archicad/ArchicadConversions.h"
 
 namespace archicad {
 
 namespace {
 
+// The registration adapter that exists (created on first use, released in
+// FreeData). A plain pointer: nothing here is destroyed when the add-on unloads.
+ArchicadRegistration* g_current = nullptr;
+
 // The host calls these C-style procedures; they pass the call on to the
 // portable handler registered for the menu resource / palette reference.
-std::map<short, host::MenuCommandProc>& MenuHandlers()
+GSErrCode PW_AC_CALLBACK MenuCommandProc(const API_MenuParams* menuParams)
 {
-    static std::map<short, host::MenuCommandProc> handlers;
-    return handlers;
-}
-
-std::map<Int32, host::PaletteControlCallBackProc>& PaletteCallbacks()
-{
-    static std::map<Int32, host::PaletteControlCallBackProc> callbacks;
-    return callbacks;
-}
-
-GSErrCode __ACENV_CALL MenuCommandProc(const API_MenuParams* menuParams)
-{
-    if (menuParams == nullptr) {
+    ArchicadRegistration* registration = ArchicadRegistration::Current();
+    if (menuParams == nullptr || registration == nullptr) {
         return NoError;
     }
-    const auto found = MenuHandlers().find(menuParams->menuItemRef.menuResID);
-    if (found == MenuHandlers().end()) {
+    const auto found = registration->menuHandlers.find(menuParams->menuItemRef.menuResID);
+    if (found == registration->menuHandlers.end()) {
         return NoError;
     }
     host::MenuParams params;
@@ -40,10 +34,14 @@ GSErrCode __ACENV_CALL MenuCommandProc(const API_MenuParams* menuParams)
     }
 }
 
-GSErrCode __ACENV_CALL PaletteControlProc(Int32 referenceID, API_PaletteMessageID messageID, GS::IntPtr param)
+GSErrCode PW_AC_CALLBACK PaletteControlProc(Int32 referenceID, API_PaletteMessageID messageID, GS::IntPtr param)
 {
-    const auto found = PaletteCallbacks().find(referenceID);
-    if (found == PaletteCallbacks().end()) {
+    ArchicadRegistration* registration = ArchicadRegistration::Current();
+    if (registration == nullptr) {
+        return NoError;
+    }
+    const auto found = registration->paletteCallbacks.find(referenceID);
+    if (found == registration->paletteCallbacks.end()) {
         return NoError;
     }
     try {
@@ -54,6 +52,23 @@ GSErrCode __ACENV_CALL PaletteControlProc(Int32 referenceID, API_PaletteMessageI
 }
 
 }  // namespace
+
+ArchicadRegistration::ArchicadRegistration()
+{
+    g_current = this;
+}
+
+ArchicadRegistration::~ArchicadRegistration()
+{
+    if (g_current == this) {
+        g_current = nullptr;
+    }
+}
+
+ArchicadRegistration* ArchicadRegistration::Current()
+{
+    return g_current;
+}
 
 std::string ArchicadRegistration::GetIndString(int32_t resID, int32_t index)
 {
@@ -66,21 +81,21 @@ std::string ArchicadRegistration::GetIndString(int32_t resID, int32_t index)
 host::ErrCode ArchicadRegistration::RegisterMenu(int16_t menuStrResID, int16_t promptStrResID, int32_t menuPosCode,
                                                  int32_t menuFlags)
 {
-    return ACAPI_Register_Menu(menuStrResID, promptStrResID, static_cast<APIMenuCodeID>(menuPosCode),
-                               static_cast<GSFlags>(menuFlags));
+    return api::RegisterMenu(menuStrResID, promptStrResID, static_cast<APIMenuCodeID>(menuPosCode),
+                             static_cast<GSFlags>(menuFlags));
 }
 
 host::ErrCode ArchicadRegistration::InstallMenuHandler(int16_t menuStrResID, host::MenuCommandProc handler)
 {
-    MenuHandlers()[menuStrResID] = handler;
-    return ACAPI_Install_MenuHandler(menuStrResID, MenuCommandProc);
+    menuHandlers[menuStrResID] = handler;
+    return api::InstallMenuHandler(menuStrResID, MenuCommandProc);
 }
 
 host::ErrCode ArchicadRegistration::RegisterModelessWindow(int32_t referenceID,
                                                            host::PaletteControlCallBackProc callback,
                                                            uint32_t controlFlags, const host::Guid& paletteGuid)
 {
-    PaletteCallbacks()[referenceID] = callback;
+    paletteCallbacks[referenceID] = callback;
     return ACAPI_RegisterModelessWindow(referenceID, PaletteControlProc, static_cast<GSFlags>(controlFlags),
                                         ToArchicad(paletteGuid));
 }
@@ -88,7 +103,7 @@ host::ErrCode ArchicadRegistration::RegisterModelessWindow(int32_t referenceID,
 host::ErrCode ArchicadRegistration::UnregisterModelessWindow(int32_t referenceID)
 {
     const GSErrCode err = ACAPI_UnregisterModelessWindow(referenceID);
-    PaletteCallbacks().erase(referenceID);
+    paletteCallbacks.erase(referenceID);
     return err;
 }
 

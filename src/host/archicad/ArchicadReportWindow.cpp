@@ -1,3 +1,4 @@
+#include "host/Conversions.h"
 #include "host/archicad/ArchicadAdapters.h"
 #include "host/archicad/ArchicadConversions.h"
 
@@ -7,9 +8,7 @@ void ArchicadReportWindow::WriteReport(const std::string& text, bool withAlert)
 {
     // The host reads its first argument as a printf format: a literal percent
     // sign (as in "10% der Punkte") must reach it doubled.
-    GS::UniString format = ToArchicad(text);
-    format.ReplaceAll(GS::UniString("%"), GS::UniString("%%"));
-    ACAPI_WriteReport(format, withAlert);
+    ACAPI_WriteReport(ToArchicad(host::DoublePercent(text)), withAlert);
 }
 
 }  // namespace archicad

@@ -1,4 +1,5 @@
 #include "host/archicad/ArchicadAdapters.h"
+#include "host/archicad/ArchicadApi.h"
 #include "host/archicad/ArchicadConversions.h"
 
 namespace archicad {
@@ -7,7 +8,7 @@ host::ErrCode ArchicadStories::GetStorySettings(host::StoryInfo& info)
 {
     API_StoryInfo storyInfo;
     BNZeroMemory(&storyInfo, sizeof storyInfo);
-    const GSErrCode err = ACAPI_Environment(APIEnv_GetStorySettingsID, &storyInfo);
+    const GSErrCode err = api::GetStorySettings(&storyInfo);
     info.firstStory = storyInfo.firstStory;
     info.lastStory = storyInfo.lastStory;
     info.actStory = storyInfo.actStory;

@@ -2,11 +2,21 @@
 
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <utility>
 
+#include "ACAPinc.h"   // ACAPI_GetOwnResModule, ACAPI_KeepInMemory
+
 #include "host/archicad/ArchicadConversions.h"
-#include "host/archicad/ArchicadFrame.h"
+#include "host/archicad/ArchicadHost.h"
+#include "main/EntryPoints.h"
 #include "main/Log.h"
+
+// Dialog library values the portable palette passes as numbers.
+static_assert(DG::ModelessBase::First == -32768, "Show(-32768): no reference dialog");
+static_assert(DG::Dialog::TopLeft == 1, "SetClientSize fix point 1");
+static_assert(DG::ListBox::AllItems == 0, "DeleteItem(0) deletes every row");
+static_assert(DG::ListBox::TopItem == 1, "GetSelectedItem(1) starts at the top");
 
 namespace {
 
@@ -31,8 +41,8 @@ void Forward(const char* what, Event&& event)
 }  // namespace
 
 PunktwolkenPaletteDG::PunktwolkenPaletteDG(PunktwolkenPalette& palette)
-    : DG::Palette(ACAPI_GetOwnResModule(), archicad::FramePaletteResId(), ACAPI_GetOwnResModule(),
-                  archicad::ToGsGuid(archicad::FramePaletteGuid())),
+    : DG::Palette(ACAPI_GetOwnResModule(), frame::kPaletteResId, ACAPI_GetOwnResModule(),
+                  archicad::ToGsGuid(frame::PaletteGuid())),
       label1(GetReference(), 1),
       importButton(GetReference(), 2),
       importDensityEdit(GetReference(), 3),
@@ -307,3 +317,20 @@ void PunktwolkenPaletteDG::ButtonClicked(const DG::ButtonClickEvent& ev)
     }
     Forward("ButtonClicked", [this, item] { m_palette.ButtonClicked(item); });
 }
+
+// --- factory -----------------------------------------------------------------
+
+namespace archicad {
+
+void InstallPaletteViewFactory()
+{
+    PunktwolkenPalette::SetViewFactory([](PunktwolkenPalette& palette) -> std::unique_ptr<PaletteView> {
+        std::unique_ptr<PaletteView> view = std::make_unique<PunktwolkenPaletteDG>(palette);
+        // The palette lives to the end of the process: the add-on's code must
+        // stay loaded as long as its window exists.
+        ACAPI_KeepInMemory(true);
+        return view;
+    });
+}
+
+}  // namespace archicad

@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <string>
 
-#include "host/archicad/ArchicadSdk.h"
 #include "palette/PunktwolkenPalette.h"
+
+// The kit after the C++ and system headers (see ArchicadAdapters.h).
+#include "DGModule.hpp"   // the dialog library: DG::Palette, items, observers
 
 class PunktwolkenPaletteDG final : public DG::Palette,
                                    public DG::PanelObserver,
