@@ -48,6 +48,11 @@ TEST(ConvertCommand, ConvertsWithTheDefaultNameInTheCurrentFolder)
     EXPECT_NE(r.out.find("offset: 1 4 -1\n"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("size: 2 2 2\n"), std::string::npos) << r.out;
     EXPECT_EQ(pwtest::Slurp(dir + "/Haus_data.gspc").size(), 32u + 3 * 15);
+
+    // A file named only ".e57" keeps the whole name as its base name.
+    WriteSmallE57(dir + "/.e57");
+    ASSERT_EQ(RunPunktwolke({"convert", ".e57", "--density", "100"}, here).exitCode, 0);
+    EXPECT_EQ(pwtest::Slurp(dir + "/.e57_data.gspc").size(), 32u + 3 * 15);
 }
 
 TEST(ConvertCommand, OutputMatchesThePublishedPointFile)
