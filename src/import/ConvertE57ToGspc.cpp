@@ -33,11 +33,6 @@ struct Buffers {
     std::vector<int8_t> colourInvalid = std::vector<int8_t>(kBlockSize, 0);
     // Only for scans that store spherical coordinates alone; allocated on first use.
     std::vector<double> range, azimuth, elevation;
-    // Kept points of one block, posed, handed to the writer together.
-    std::vector<float> keptX = std::vector<float>(kBlockSize);
-    std::vector<float> keptY = std::vector<float>(kBlockSize);
-    std::vector<float> keptZ = std::vector<float>(kBlockSize);
-    std::vector<unsigned char> keptRgb = std::vector<unsigned char>(kBlockSize * 3);
 };
 
 bool IsSphericalOnly(const e57::PointStandardizedFieldsAvailable& f)
@@ -59,27 +54,6 @@ void ResetMissingFields(const e57::PointStandardizedFieldsAvailable& f, bool sph
     if (hasColour && !f.isColorInvalidField) std::fill(b.colourInvalid.begin(), b.colourInvalid.end(), int8_t(0));
 }
 
-inline unsigned char Saturate8(uint16_t v)
-{
-    return static_cast<unsigned char>(v > 255 ? 255 : v);
-}
-
-// The pose formula: rotation by the quaternion (w, a, b, c) as stored, then the
-// translation. Every caller goes through here so that all results are the same.
-inline void PoseFormula(double w, double a, double b, double c, double tx, double ty, double tz, double x,
-                        double y, double z, double& xOut, double& yOut, double& zOut)
-{
-    const double t1 = b * z - c * y;
-    const double t2 = c * x - a * z;
-    const double t3 = a * y - b * x;
-    const double u1 = w * t1 + (b * t3 - c * t2);
-    const double u2 = w * t2 + (c * t1 - a * t3);
-    const double u3 = w * t3 + (a * t2 - b * t1);
-    xOut = 2.0 * u1 + x + tx;
-    yOut = 2.0 * u2 + y + ty;
-    zOut = 2.0 * u3 + z + tz;
-}
-
 // Spherical coordinates of the kept points into the x, y, z buffers.
 void SphericalToCartesian(Buffers& b, size_t first, size_t stride, size_t m)
 {
@@ -94,50 +68,35 @@ void SphericalToCartesian(Buffers& b, size_t first, size_t stride, size_t m)
     }
 }
 
-// The pose formula of ApplyPose over the kept points, written as a plain loop
-// over arrays so that the compiler can use vector registers: every lane does
-// the same IEEE operations in the same order, so the results are identical.
-void PoseBlock(const e57::RigidBodyTransform& pose, Buffers& b, size_t first, size_t stride, size_t m)
-{
-    const double w = pose.rotation.w, qa = pose.rotation.x, qb = pose.rotation.y, qc = pose.rotation.z;
-    const double tx = pose.translation.x, ty = pose.translation.y, tz = pose.translation.z;
-    float* __restrict outX = b.keptX.data();
-    float* __restrict outY = b.keptY.data();
-    float* __restrict outZ = b.keptZ.data();
-    auto one = [&](size_t k, double x, double y, double z) {
-        double xo, yo, zo;
-        PoseFormula(w, qa, qb, qc, tx, ty, tz, x, y, z, xo, yo, zo);
-        outX[k] = static_cast<float>(xo);
-        outY[k] = static_cast<float>(yo);
-        outZ[k] = static_cast<float>(zo);
-    };
-    if (stride == 1) {
-        const double* __restrict xs = b.x.data() + first;
-        const double* __restrict ys = b.y.data() + first;
-        const double* __restrict zs = b.z.data() + first;
-        for (size_t k = 0; k < m; ++k)
-            one(k, xs[k], ys[k], zs[k]);
-    } else {
-        for (size_t k = 0, j = first; k < m; ++k, j += stride)
-            one(k, b.x[j], b.y[j], b.z[j]);
-    }
-}
+// The add-on's way: the kept points are posed, coloured and written at once,
+// a few thousand at a time so that the intermediate values stay in the cache.
+class DirectSink : public KeptPointSink {
+public:
+    explicit DirectSink(GspcWriter& writer) : writer_(writer) {}
 
-// Colour of the kept points: min(value, 255) when valid, light grey otherwise.
-void ColourBlock(bool hasColour, Buffers& b, size_t first, size_t stride, size_t m)
-{
-    unsigned char* out = b.keptRgb.data();
-    if (!hasColour) {
-        std::fill(out, out + 3 * m, static_cast<unsigned char>(200));
-        return;
+    void Put(const e57::RigidBodyTransform& pose, const DecodedBlock& block, const gspc::Gather& kept,
+             uint64_t) override
+    {
+        for (size_t done = 0; done < kept.count;) {
+            const size_t n = std::min(kChunk, kept.count - done);
+            const gspc::Gather g{kept.first + done * kept.stride, kept.stride, n};
+            gspc::PosePoints(pose, block.x, block.y, block.z, g, x_, y_, z_);
+            if (block.hasColour)
+                gspc::ColourPoints(block.red, block.green, block.blue, block.colourInvalid, g, rgb_);
+            else
+                gspc::GreyPoints(n, rgb_);
+            writer_.WritePoints(x_, y_, z_, rgb_, n);
+            done += n;
+        }
     }
-    for (size_t k = 0, j = first; k < m; ++k, j += stride) {
-        const bool valid = b.colourInvalid[j] == 0;
-        out[3 * k] = valid ? Saturate8(b.red[j]) : 200;
-        out[3 * k + 1] = valid ? Saturate8(b.green[j]) : 200;
-        out[3 * k + 2] = valid ? Saturate8(b.blue[j]) : 200;
-    }
-}
+    void Finish() override {}
+
+private:
+    static constexpr size_t kChunk = 2048;
+    GspcWriter& writer_;
+    float x_[kChunk], y_[kChunk], z_[kChunk];
+    uint32_t rgb_[kChunk];
+};
 
 }  // namespace
 
@@ -151,13 +110,23 @@ int32_t DensityStep(int32_t densityPercent)
 void ApplyPose(const e57::RigidBodyTransform& pose, double x, double y, double z,
                double& xOut, double& yOut, double& zOut)
 {
-    PoseFormula(pose.rotation.w, pose.rotation.x, pose.rotation.y, pose.rotation.z, pose.translation.x,
+    gspc::PoseFormula(pose.rotation.w, pose.rotation.x, pose.rotation.y, pose.rotation.z, pose.translation.x,
                 pose.translation.y, pose.translation.z, x, y, z, xOut, yOut, zOut);
 }
 
 ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWriter& writer,
                                   int32_t densityPercent, const std::string& windowTitle,
                                   host::ProcessWindow& processWindow, bool& processWindowOpen)
+{
+    DirectSink sink(writer);
+    return ConvertE57ToGspc(reader, scanCount, writer, densityPercent, windowTitle, processWindow,
+                            processWindowOpen, sink);
+}
+
+ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWriter& writer,
+                                  int32_t densityPercent, const std::string& windowTitle,
+                                  host::ProcessWindow& processWindow, bool& processWindowOpen,
+                                  KeptPointSink& sink)
 {
     ConversionResult result;
     processWindowOpen = false;
@@ -225,6 +194,8 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
         }
 
         const e57::RigidBodyTransform pose = header.pose;
+        const DecodedBlock decoded{buf.x.data(),    buf.y.data(),    buf.z.data(),           buf.red.data(),
+                                   buf.green.data(), buf.blue.data(), buf.colourInvalid.data(), hasColour};
         e57::CompressedVectorReader block = reader.SetUpData3DPointsData(i, kBlockSize, bind);
         for (;;) {
             const unsigned n = block.read();
@@ -242,8 +213,6 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
 
             if (spherical)
                 SphericalToCartesian(buf, first, stride, m);
-            PoseBlock(pose, buf, first, stride, m);
-            ColourBlock(hasColour, buf, first, stride, m);
 
             // Progress calls fall on every updateEvery-th kept point. A cancel keeps
             // the points up to and including the one of that call, drops the rest
@@ -273,11 +242,12 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
                 pointIndex += n;
             }
             kept = keptBefore + static_cast<int64_t>(take);
-            writer.Write(buf.keptX.data(), buf.keptY.data(), buf.keptZ.data(), buf.keptRgb.data(), take);
+            sink.Put(pose, decoded, gspc::Gather{first, stride, take}, static_cast<uint64_t>(keptBefore));
         }
         block.close();
     }
 
+    sink.Finish();
     writer.Close();
     reader.Close();
 
