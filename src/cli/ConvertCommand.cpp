@@ -60,7 +60,7 @@ int RunConvert(const ConvertOptions& opt)
             return 1;
         }
         const ConversionResult result = parallel::ConvertWithThreads(
-            reader, scanCount, writer, opt.density, "E57 importieren...", progress, windowOpen, opt.threads);
+            reader, opt.input, scanCount, writer, opt.density, "E57 importieren...", progress, windowOpen, opt.threads);
         if (windowOpen)
             progress.Close();
         windowOpen = false;

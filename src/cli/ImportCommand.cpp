@@ -36,11 +36,12 @@ struct ImportOptions {
 
 // The import's conversion step on the threads asked for.
 int g_threads = 1;
+std::string g_e57Path;
 ConversionResult ConvertOnThreads(e57::Reader& reader, int64_t scanCount, GspcWriter& writer, int32_t densityPercent,
                                   const std::string& windowTitle, host::ProcessWindow& processWindow,
                                   bool& processWindowOpen)
 {
-    return parallel::ConvertWithThreads(reader, scanCount, writer, densityPercent, windowTitle, processWindow,
+    return parallel::ConvertWithThreads(reader, g_e57Path, scanCount, writer, densityPercent, windowTitle, processWindow,
                                         processWindowOpen, g_threads);
 }
 
@@ -156,6 +157,7 @@ int RunImport(const ImportOptions& options)
         TerminalHost terminal(e57File, TerminalProgress::StderrIsTerminal());
         SigintCancel cancelOnCtrlC;
         g_threads = options.threads;
+        g_e57Path = e57File.string();
         baseName = DoImport(terminal.Services(), options.density, xmlOnly ? WriteXmlIntoFolder : WriteGsmViaXml,
                             ConvertOnThreads);
     }

@@ -98,7 +98,121 @@ private:
     uint32_t rgb_[kChunk];
 };
 
+// A scan's fields bound to the buffers: always X, Y, Z (or the spherical
+// coordinates of a scan that has only those), the colour only when the scan
+// has all three colour fields.
+struct ScanBinding {
+    bool hasColour = false;
+    bool spherical = false;
+    e57::Data3DPointsData_t<double> bind;
+};
+
+ScanBinding BindScan(const e57::Data3D& header, Buffers& buf)
+{
+    ScanBinding s;
+    const auto& fields = header.pointFields;
+    s.hasColour = fields.colorRedField && fields.colorGreenField && fields.colorBlueField;
+    s.spherical = IsSphericalOnly(fields);
+
+    ResetMissingFields(fields, s.spherical, s.hasColour, buf);
+    if (s.spherical) {
+        if (buf.range.empty()) {
+            buf.range.assign(kBlockSize, 0.0);
+            buf.azimuth.assign(kBlockSize, 0.0);
+            buf.elevation.assign(kBlockSize, 0.0);
+        }
+        s.bind.sphericalRange = buf.range.data();
+        s.bind.sphericalAzimuth = buf.azimuth.data();
+        s.bind.sphericalElevation = buf.elevation.data();
+    } else {
+        s.bind.cartesianX = buf.x.data();
+        s.bind.cartesianY = buf.y.data();
+        s.bind.cartesianZ = buf.z.data();
+    }
+    if (s.hasColour) {
+        s.bind.colorRed = buf.red.data();
+        s.bind.colorGreen = buf.green.data();
+        s.bind.colorBlue = buf.blue.data();
+        s.bind.isColorInvalid = buf.colourInvalid.data();
+    }
+    return s;
+}
+
+DecodedBlock ViewOf(const Buffers& buf, bool hasColour)
+{
+    return DecodedBlock{buf.x.data(),    buf.y.data(),    buf.z.data(),           buf.red.data(),
+                        buf.green.data(), buf.blue.data(), buf.colourInvalid.data(), hasColour};
+}
+
+// The next block, checked against the buffers' size.
+unsigned ReadBlock(e57::CompressedVectorReader& block)
+{
+    const unsigned n = block.read();
+    if (n > kBlockSize)
+        throw e57::E57Exception("block reader returned more points than its buffers hold");
+    return n;
+}
+
+// The points of a block of n to keep: j = first, first + step, ... so that
+// the point index (counted across scans) is a multiple of the step.
+gspc::Gather KeptOfBlock(int64_t pointIndex, int64_t step, size_t n)
+{
+    const int64_t phase = pointIndex % step;
+    const size_t first = phase == 0 ? 0 : static_cast<size_t>(step - phase);
+    const size_t stride = static_cast<size_t>(step);
+    return gspc::Gather{first, stride, first < n ? (n - 1 - first) / stride + 1 : 0};
+}
+
 }  // namespace
+
+int64_t ProgressEstimate(e57::Reader& reader, int64_t scanCount, int64_t step, int64_t& totalPoints)
+{
+    totalPoints = 0;
+    int64_t estimate = 0;
+    for (int64_t i = 0; i < scanCount; ++i) {
+        e57::Data3D header;
+        if (!reader.ReadData3D(i, header))
+            continue;
+        if (header.pointCount > 0) {
+            totalPoints = SaturatingAdd(totalPoints, header.pointCount);
+            estimate = SaturatingAdd(estimate, header.pointCount / step);
+        }
+    }
+    if (estimate <= 0) {
+        estimate = scanCount > std::numeric_limits<int64_t>::max() / kFallbackPointsPerScan
+                       ? std::numeric_limits<int64_t>::max()
+                       : scanCount * kFallbackPointsPerScan;
+    }
+    return estimate;
+}
+
+int64_t ConvertScan(e57::Reader& reader, int64_t index, int32_t densityPercent, int64_t firstPointIndex,
+                    uint64_t firstRecord, KeptPointSink& sink, const std::atomic<bool>& stop)
+{
+    const int64_t step = DensityStep(densityPercent);
+    e57::Data3D header;
+    if (!reader.ReadData3D(index, header))
+        return 0;
+    Buffers buf;
+    const ScanBinding scan = BindScan(header, buf);
+    const DecodedBlock decoded = ViewOf(buf, scan.hasColour);
+    int64_t pointIndex = firstPointIndex;
+    uint64_t record = firstRecord;
+    e57::CompressedVectorReader block = reader.SetUpData3DPointsData(index, kBlockSize, scan.bind);
+    while (!stop.load(std::memory_order_relaxed)) {
+        const unsigned n = ReadBlock(block);
+        if (n == 0)
+            break;
+        const gspc::Gather kept = KeptOfBlock(pointIndex, step, n);
+        if (scan.spherical)
+            SphericalToCartesian(buf, kept.first, kept.stride, kept.count);
+        sink.Put(header.pose, decoded, kept, record);
+        record += kept.count;
+        pointIndex += n;
+    }
+    block.close();
+    return pointIndex - firstPointIndex;
+}
 
 int32_t DensityStep(int32_t densityPercent)
 {
@@ -133,21 +247,7 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
     const int64_t step = DensityStep(densityPercent);
 
     // Estimate pass: declared point counts, for the progress maximum.
-    int64_t estimate = 0;
-    for (int64_t i = 0; i < scanCount; ++i) {
-        e57::Data3D header;
-        if (!reader.ReadData3D(i, header))
-            continue;
-        if (header.pointCount > 0) {
-            result.totalPoints = SaturatingAdd(result.totalPoints, header.pointCount);
-            estimate = SaturatingAdd(estimate, header.pointCount / step);
-        }
-    }
-    if (estimate <= 0) {
-        estimate = scanCount > std::numeric_limits<int64_t>::max() / kFallbackPointsPerScan
-                       ? std::numeric_limits<int64_t>::max()
-                       : scanCount * kFallbackPointsPerScan;
-    }
+    const int64_t estimate = ProgressEstimate(reader, scanCount, step, result.totalPoints);
 
     processWindow.Open(windowTitle, 2);
     processWindowOpen = true;
@@ -166,52 +266,19 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
         e57::Data3D header;
         if (!reader.ReadData3D(i, header))
             continue;
-        const auto& fields = header.pointFields;
-        const bool hasColour = fields.colorRedField && fields.colorGreenField && fields.colorBlueField;
-        const bool spherical = IsSphericalOnly(fields);
-
-        ResetMissingFields(fields, spherical, hasColour, buf);
-        e57::Data3DPointsData_t<double> bind;
-        if (spherical) {
-            if (buf.range.empty()) {
-                buf.range.assign(kBlockSize, 0.0);
-                buf.azimuth.assign(kBlockSize, 0.0);
-                buf.elevation.assign(kBlockSize, 0.0);
-            }
-            bind.sphericalRange = buf.range.data();
-            bind.sphericalAzimuth = buf.azimuth.data();
-            bind.sphericalElevation = buf.elevation.data();
-        } else {
-            bind.cartesianX = buf.x.data();
-            bind.cartesianY = buf.y.data();
-            bind.cartesianZ = buf.z.data();
-        }
-        if (hasColour) {
-            bind.colorRed = buf.red.data();
-            bind.colorGreen = buf.green.data();
-            bind.colorBlue = buf.blue.data();
-            bind.isColorInvalid = buf.colourInvalid.data();
-        }
-
+        const ScanBinding scan = BindScan(header, buf);
+        const DecodedBlock decoded = ViewOf(buf, scan.hasColour);
         const e57::RigidBodyTransform pose = header.pose;
-        const DecodedBlock decoded{buf.x.data(),    buf.y.data(),    buf.z.data(),           buf.red.data(),
-                                   buf.green.data(), buf.blue.data(), buf.colourInvalid.data(), hasColour};
-        e57::CompressedVectorReader block = reader.SetUpData3DPointsData(i, kBlockSize, bind);
+        e57::CompressedVectorReader block = reader.SetUpData3DPointsData(i, kBlockSize, scan.bind);
         for (;;) {
-            const unsigned n = block.read();
+            const unsigned n = ReadBlock(block);
             if (n == 0)
                 break;
-            if (n > kBlockSize)
-                throw e57::E57Exception("block reader returned more points than its buffers hold");
-
-            // The points of this block to keep: j = first, first + step, ... (m of them),
-            // so that the point index (counted across scans) is a multiple of the step.
-            const int64_t phase = pointIndex % step;
-            const size_t first = phase == 0 ? 0 : static_cast<size_t>(step - phase);
-            const size_t stride = static_cast<size_t>(step);
-            const size_t m = first < n ? (n - 1 - first) / stride + 1 : 0;
-
-            if (spherical)
+            const gspc::Gather keep = KeptOfBlock(pointIndex, step, n);
+            const size_t first = keep.first;
+            const size_t stride = keep.stride;
+            const size_t m = keep.count;
+            if (scan.spherical)
                 SphericalToCartesian(buf, first, stride, m);
 
             // Progress calls fall on every updateEvery-th kept point. A cancel keeps

@@ -2,6 +2,7 @@
 // The one conversion of an open E57 reader into an open GspcWriter at a
 // density, with progress and cancel in the host's process window. Used by the
 // import and by the density adjustment.
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -62,6 +63,19 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
                                   int32_t densityPercent, const std::string& windowTitle,
                                   host::ProcessWindow& processWindow, bool& processWindowOpen,
                                   KeptPointSink& sink);
+
+// The progress maximum's estimate of the conversion (the kept points of the
+// declared point counts, or 500000 per scan when that gives nothing); also
+// gives the sum of the declared point counts of all readable scans.
+int64_t ProgressEstimate(e57::Reader& reader, int64_t scanCount, int64_t step, int64_t& totalPoints);
+
+// One scan on its own, for converting scans side by side (the command line):
+// the scan's points are counted on from firstPointIndex, and its kept points
+// go to the sink as records firstRecord, ... `stop` is read before every
+// block. No progress, no cancel question. Returns the points read (0 for a
+// scan whose header cannot be read). Exceptions of the reader pass through.
+int64_t ConvertScan(e57::Reader& reader, int64_t index, int32_t densityPercent, int64_t firstPointIndex,
+                    uint64_t firstRecord, KeptPointSink& sink, const std::atomic<bool>& stop);
 
 // Rotates (x, y, z) by the pose's quaternion as stored, then translates it.
 void ApplyPose(const e57::RigidBodyTransform& pose, double x, double y, double z,

@@ -135,6 +135,32 @@ void GspcWriter::Flush()
     used_ = 0;
 }
 
+void GspcWriter::Restart()
+{
+    used_ = 0;
+    for (float& b : bounds_)
+        b = 0.0f;
+    firstPoint_ = true;
+    writeFailed_ = false;
+    if (file_ != nullptr &&
+        (::ftruncate(fileno(file_), static_cast<off_t>(kHeaderSize)) != 0 ||
+         std::fseek(file_, static_cast<long>(kHeaderSize), SEEK_SET) != 0))
+        writeFailed_ = true;
+}
+
+bool GspcWriter::CloseUnfinished()
+{
+    if (file_ == nullptr)
+        return false;
+    Flush();
+    if (std::fclose(file_) != 0)
+        writeFailed_ = true;
+    file_ = nullptr;
+    std::vector<unsigned char>().swap(buffer_);
+    used_ = 0;
+    return true;
+}
+
 bool GspcWriter::Close()
 {
     if (file_ == nullptr)

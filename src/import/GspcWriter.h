@@ -36,6 +36,11 @@ public:
     // The bounds of records written with WriteRecordsAt, merged in file order.
     void MergeBounds(const gspc::RunBounds& run) { gspc::MergeBounds(run, bounds_, firstPoint_); }
     void NoteWriteFailure() { writeFailed_ = true; }
+    // Back to a file of just the header, as after Open (bounds and records gone).
+    void Restart();
+    // Closes without patching the bounds: the header keeps zero bounds, the
+    // mark of an unfinished file. False if no file is open.
+    bool CloseUnfinished();
 
     float MinX() const { return bounds_[0]; }
     float MaxX() const { return bounds_[1]; }

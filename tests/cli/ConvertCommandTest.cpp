@@ -161,4 +161,18 @@ TEST(ConvertCommand, AnyNumberOfThreadsWritesTheSameBytes)
             EXPECT_TRUE(pwtest::Slurp(out) == expected) << threads << " threads";
         }
     }
+
+    // Ctrl-C while scans are converted side by side: what was written stays,
+    // but the header keeps zero bounds, so the file never passes for a finished one.
+    pwtest::RunOptions interrupted;
+    interrupted.pendingSigint = true;
+    const std::string out = dir + "/cancelled.gspc";
+    const auto r = RunPunktwolke({"convert", e57, "-d", "100", "-o", out, "--threads", "3"}, interrupted);
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.err, "Import abgebrochen.\n");
+    const std::string d = pwtest::Slurp(out);
+    ASSERT_GE(d.size(), 32u);
+    EXPECT_EQ((d.size() - 32) % 15, 0u);
+    EXPECT_LE(d.size(), 32u + 15u * 400000);
+    EXPECT_EQ(d.substr(8, 24), std::string(24, '\0'));
 }
