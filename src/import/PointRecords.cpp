@@ -13,7 +13,14 @@
 // Wider vector units where the loader can pick a version at run time (ifunc):
 // the AVX2 clone does the very same IEEE double operations four at a time,
 // so its results are those of the baseline version bit for bit.
-#if defined(__x86_64__) && defined(__linux__) && defined(__GNUC__) && !defined(__SANITIZE_ADDRESS__)
+// Not under the sanitizers, whose run-time is not ready when the loader picks.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(memory_sanitizer) || __has_feature(thread_sanitizer)
+#define PW_NO_CLONES 1
+#endif
+#endif
+#if defined(__x86_64__) && defined(__linux__) && defined(__GNUC__) && !defined(__SANITIZE_ADDRESS__) && \
+    !defined(PW_NO_CLONES)
 #define PW_WIDE_VECTORS __attribute__((target_clones("avx2", "default")))
 #else
 #define PW_WIDE_VECTORS
