@@ -144,23 +144,28 @@ DecodedBlock ViewOf(const Buffers& buf, bool hasColour)
                         buf.green.data(), buf.blue.data(), buf.colourInvalid.data(), hasColour};
 }
 
-// The next block, checked against the buffers' size.
-unsigned ReadBlock(e57::CompressedVectorReader& block)
-{
-    const unsigned n = block.read();
-    if (n > kBlockSize)
-        throw e57::E57Exception("block reader returned more points than its buffers hold");
-    return n;
-}
+// The next block's points to keep are j = first, first + step, ... so that
+// the point index (counted across scans) is a multiple of the step. Only
+// those are decoded, into the first elements of the buffers; the count of
+// points read (kept or not) is checked against the buffers' size.
+struct KeptBlock {
+    size_t read = 0;    // points of the block
+    size_t first = 0;   // position of the first kept point in the block
+    size_t stride = 1;
+    size_t count = 0;   // kept points, at buffer elements 0 .. count - 1
+};
 
-// The points of a block of n to keep: j = first, first + step, ... so that
-// the point index (counted across scans) is a multiple of the step.
-gspc::Gather KeptOfBlock(int64_t pointIndex, int64_t step, size_t n)
+KeptBlock ReadKept(e57::CompressedVectorReader& block, int64_t pointIndex, int64_t step)
 {
+    KeptBlock k;
     const int64_t phase = pointIndex % step;
-    const size_t first = phase == 0 ? 0 : static_cast<size_t>(step - phase);
-    const size_t stride = static_cast<size_t>(step);
-    return gspc::Gather{first, stride, first < n ? (n - 1 - first) / stride + 1 : 0};
+    k.first = phase == 0 ? 0 : static_cast<size_t>(step - phase);
+    k.stride = static_cast<size_t>(step);
+    k.read = block.read(k.first, k.stride);
+    if (k.read > kBlockSize)
+        throw e57::E57Exception("block reader returned more points than its buffers hold");
+    k.count = k.first < k.read ? (k.read - 1 - k.first) / k.stride + 1 : 0;
+    return k;
 }
 
 }  // namespace
@@ -200,15 +205,14 @@ int64_t ConvertScan(e57::Reader& reader, int64_t index, int32_t densityPercent, 
     uint64_t record = firstRecord;
     e57::CompressedVectorReader block = reader.SetUpData3DPointsData(index, kBlockSize, scan.bind);
     while (!stop.load(std::memory_order_relaxed)) {
-        const unsigned n = ReadBlock(block);
-        if (n == 0)
+        const KeptBlock kept = ReadKept(block, pointIndex, step);
+        if (kept.read == 0)
             break;
-        const gspc::Gather kept = KeptOfBlock(pointIndex, step, n);
         if (scan.spherical)
-            SphericalToCartesian(buf, kept.first, kept.stride, kept.count);
-        sink.Put(header.pose, decoded, kept, record);
+            SphericalToCartesian(buf, 0, 1, kept.count);
+        sink.Put(header.pose, decoded, gspc::Gather{0, 1, kept.count}, record);
         record += kept.count;
-        pointIndex += n;
+        pointIndex += static_cast<int64_t>(kept.read);
     }
     block.close();
     return pointIndex - firstPointIndex;
@@ -271,15 +275,15 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
         const e57::RigidBodyTransform pose = header.pose;
         e57::CompressedVectorReader block = reader.SetUpData3DPointsData(i, kBlockSize, scan.bind);
         for (;;) {
-            const unsigned n = ReadBlock(block);
+            const KeptBlock keep = ReadKept(block, pointIndex, step);
+            const size_t n = keep.read;
             if (n == 0)
                 break;
-            const gspc::Gather keep = KeptOfBlock(pointIndex, step, n);
             const size_t first = keep.first;
             const size_t stride = keep.stride;
             const size_t m = keep.count;
             if (scan.spherical)
-                SphericalToCartesian(buf, first, stride, m);
+                SphericalToCartesian(buf, 0, 1, m);
 
             // Progress calls fall on every updateEvery-th kept point. A cancel keeps
             // the points up to and including the one of that call, drops the rest
@@ -309,7 +313,7 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
                 pointIndex += n;
             }
             kept = keptBefore + static_cast<int64_t>(take);
-            sink.Put(pose, decoded, gspc::Gather{first, stride, take}, static_cast<uint64_t>(keptBefore));
+            sink.Put(pose, decoded, gspc::Gather{0, 1, take}, static_cast<uint64_t>(keptBefore));
         }
         block.close();
     }
