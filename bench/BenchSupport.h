@@ -54,28 +54,38 @@ inline uint64_t FileSize(const std::string& path)
     return uint64_t(size);
 }
 
-// Plain pread of the benchmark file plus CRC-32C of every page.
+// Plain pread of a file in 1 MiB pieces plus CRC-32C of every page: the
+// floor of any reader that checks every page. Returns the bad pages, or
+// UINT64_MAX when the file cannot be opened.
+inline uint64_t ReadAndChecksum(const std::string& path)
+{
+    std::vector<uint8_t> buffer(1 << 20);
+    const int fd = ::open(path.c_str(), O_RDONLY);
+    if (fd < 0)
+        return UINT64_MAX;
+    uint64_t bad = 0;
+    off_t offset = 0;
+    for (ssize_t n; (n = ::pread(fd, buffer.data(), buffer.size(), offset)) > 0; offset += n) {
+        for (ssize_t page = 0; page + 1024 <= n; page += 1024) {
+            const uint8_t* p = &buffer[size_t(page)];
+            const uint32_t stored =
+                uint32_t(p[1020]) << 24 | uint32_t(p[1021]) << 16 | uint32_t(p[1022]) << 8 | p[1023];
+            bad += e57::Crc32c(p, 1020) != stored;
+        }
+    }
+    ::close(fd);
+    return bad;
+}
+
 inline void PreadCrc(benchmark::State& state)
 {
     const std::string& path = BenchFile();
-    std::vector<uint8_t> buffer(1 << 20);
     for (auto _ : state) {
-        const int fd = ::open(path.c_str(), O_RDONLY);
-        if (fd < 0) {
+        const uint64_t bad = ReadAndChecksum(path);
+        if (bad == UINT64_MAX) {
             state.SkipWithError("cannot open the benchmark file");
             return;
         }
-        uint64_t bad = 0;
-        off_t offset = 0;
-        for (ssize_t n; (n = ::pread(fd, buffer.data(), buffer.size(), offset)) > 0; offset += n) {
-            for (ssize_t page = 0; page + 1024 <= n; page += 1024) {
-                const uint8_t* p = &buffer[size_t(page)];
-                const uint32_t stored =
-                    uint32_t(p[1020]) << 24 | uint32_t(p[1021]) << 16 | uint32_t(p[1022]) << 8 | p[1023];
-                bad += e57::Crc32c(p, 1020) != stored;
-            }
-        }
-        ::close(fd);
         benchmark::DoNotOptimize(bad);
     }
     state.SetBytesProcessed(int64_t(FileSize(path)) * int64_t(state.iterations()));

@@ -1,128 +1,108 @@
-// Speed and memory of the E57 to point file conversion on a large synthetic scan.
+// Speed and memory of the E57 to point file conversion, beside its floors,
+// for one file:
+//   read + CRC    pread of the whole E57 file and CRC-32C of every page
+//   write         writing as many bytes as the density-100 point file has
+//   convert       ConvertE57ToGspc at densities 100 and 10, on one thread
+//                 (the add-on's conversion) and on all cores (punktwolke's default)
+// Every figure is the fastest of PW_BENCH_REPS runs (default 3), each in a
+// child process of its own; "peak" is that child's peak resident memory.
 //
-// The file (PW_BENCH_POINTS points, default 40 000 000, in 8 scans of mixed
-// encodings and colour) is generated once and kept in /tmp as
-// pw_bench_<points>.e57 (shared with e57_read_bench). The point file goes to
-// /tmp/pw_convert_bench.gspc (PW_BENCH_OUT overrides it).
-//   convert_bench                          full size
-//   PW_BENCH_POINTS=2000000 convert_bench  quick run
-//
-// BM_Convert/<density>: ConvertE57ToGspc with all checksums verified, as the
-//   import runs it; points/s counts points read. rssMax = largest resident
-//   size sampled at every progress call; peakRSS = getrusage's ru_maxrss of
-//   the whole process so far (includes generating the file when that happened
-//   in this run).
-// BM_DecodeOnly: the same reading without thinning, pose or writing.
-// BM_PreadCrc:   plain pread of the file plus CRC-32C of every page: the floor.
-#include <benchmark/benchmark.h>
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
+// The E57 file (PW_BENCH_POINTS points, default 40 000 000, in 8 scans of
+// mixed encodings, colour and poses) is generated once into /tmp as
+// pw_bench_<points>.e57, shared with e57_read_bench. PW_BENCH_FILE names
+// another E57 file instead. The point file goes to PW_BENCH_OUT (default
+// /tmp/pw_convert_bench.gspc; /dev/shm/... puts it in memory).
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "BenchSupport.h"
-#include "e57/Reader.h"
-#include "import/ConvertE57ToGspc.h"
-#include "import/GspcWriter.h"
+#include "ConversionRuns.h"
 
 namespace {
 
-using bench::BenchFile;
-using bench::FileSize;
-
-std::string OutFile()
+int Repetitions()
 {
-    const char* env = std::getenv("PW_BENCH_OUT");
-    return env && *env ? env : "/tmp/pw_convert_bench.gspc";
+    const char* env = std::getenv("PW_BENCH_REPS");
+    const int n = env && *env ? std::atoi(env) : 3;
+    return n > 0 ? n : 1;
 }
 
-double CurrentRssBytes()
+void Print(const char* what, const bench::Run& r, uint64_t points)
 {
-    long pages = 0, resident = 0;
-    std::FILE* f = std::fopen("/proc/self/statm", "r");
-    if (f == nullptr)
-        return 0;
-    if (std::fscanf(f, "%ld %ld", &pages, &resident) != 2)
-        resident = 0;
-    std::fclose(f);
-    return double(resident) * double(sysconf(_SC_PAGESIZE));
-}
-
-double PeakRssBytes()
-{
-    struct rusage usage {};
-    getrusage(RUSAGE_SELF, &usage);
-    return double(usage.ru_maxrss) * 1024.0;
-}
-
-// Never cancels; samples the resident size at every progress call.
-class SamplingWindow : public host::ProcessWindow {
-public:
-    double maxRss = 0;
-    host::ErrCode Open(const std::string&, int32_t) override { Sample(); return host::NoError; }
-    host::ErrCode NextPhase(const std::string&, int32_t) override { return host::NoError; }
-    host::ErrCode SetValue(int32_t) override { Sample(); return host::NoError; }
-    host::ErrCode IsCanceled(bool& c) override { c = false; return host::NoError; }
-    host::ErrCode Close() override { return host::NoError; }
-
-private:
-    void Sample()
-    {
-        const double rss = CurrentRssBytes();
-        if (rss > maxRss)
-            maxRss = rss;
+    if (!r.ok) {
+        std::printf("%-34s failed: %s\n", what, r.error.c_str());
+        return;
     }
-};
-
-void BM_Convert(benchmark::State& state)
-{
-    const std::string& path = BenchFile();
-    const std::string out = OutFile();
-    const int density = int(state.range(0));
-    int64_t points = 0, kept = 0;
-    SamplingWindow window;
-    for (auto _ : state) {
-        e57::Reader reader(path, e57::ReaderOptions());
-        if (!reader.IsOpen()) {
-            state.SkipWithError("cannot open the benchmark file");
-            return;
-        }
-        GspcWriter writer;
-        if (!writer.Open(out.c_str())) {
-            state.SkipWithError("cannot create the point file");
-            return;
-        }
-        bool windowOpen = false;
-        const ConversionResult r =
-            ConvertE57ToGspc(reader, reader.GetData3DCount(), writer, density, "bench", window, windowOpen);
-        points += r.totalPoints;
-        kept += r.keptPoints;
-    }
-    state.counters["points/s"] = benchmark::Counter(double(points), benchmark::Counter::kIsRate);
-    state.counters["kept"] = double(kept) / double(state.iterations());
-    state.counters["rssMax"] = window.maxRss;
-    state.counters["peakRSS"] = PeakRssBytes();
-    state.SetBytesProcessed(int64_t(FileSize(path)) * int64_t(state.iterations()));
-    std::remove(out.c_str());
+    std::printf("%-34s %8.3f s  %6.2f ns/point  peak %6.1f MiB\n", what, r.seconds,
+                points ? r.seconds * 1e9 / double(points) : 0.0, r.peakRssMiB);
 }
-BENCHMARK(BM_Convert)->Arg(100)->Arg(10)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-void BM_DecodeOnly(benchmark::State& state)
-{
-    bench::DecodeAllPoints(state, 100);
-}
-BENCHMARK(BM_DecodeOnly)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-void BM_PreadCrc(benchmark::State& state)
-{
-    bench::PreadCrc(state);
-}
-BENCHMARK(BM_PreadCrc)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main()
+{
+    const char* fileEnv = std::getenv("PW_BENCH_FILE");
+    std::string e57;
+    if (fileEnv && *fileEnv) {
+        e57 = fileEnv;
+    } else {
+        // Generated in a child, so that this process stays small for the runs it forks.
+        const bench::Run made = bench::InChild([&] { return int64_t(bench::BenchFile().size()); });
+        if (!made.ok) {
+            std::fprintf(stderr, "cannot make the benchmark file: %s\n", made.error.c_str());
+            return 1;
+        }
+        e57 = bench::BenchFile();
+    }
+    const char* outEnv = std::getenv("PW_BENCH_OUT");
+    const std::string out = outEnv && *outEnv ? outEnv : "/tmp/pw_convert_bench.gspc";
+    const int reps = Repetitions();
+    const int cores = parallel::DefaultThreadCount();
+
+    uint64_t points = 0;
+    {
+        e57::Reader reader(e57, e57::ReaderOptions());
+        if (!reader.IsOpen()) {
+            std::fprintf(stderr, "cannot open %s\n", e57.c_str());
+            return 1;
+        }
+        for (int64_t i = 0; i < reader.GetData3DCount(); ++i) {
+            e57::Data3D h;
+            if (reader.ReadData3D(i, h) && h.pointCount > 0)
+                points += uint64_t(h.pointCount);
+        }
+    }
+    std::printf("file:   %s (%llu points, %.0f MB)\n", e57.c_str(), static_cast<unsigned long long>(points),
+                double(bench::FileSize(e57)) / 1e6);
+    std::printf("output: %s (%s)\n", out.c_str(), bench::KindOfFolder(bench::FolderOf(out)).c_str());
+    std::printf("runs:   fastest of %d; all cores = %d threads\n\n", reps, cores);
+    std::fflush(stdout);
+
+    const bench::Run read = bench::Best(reps, [&] {
+        return bench::InChild([&] {
+            if (bench::ReadAndChecksum(e57) == UINT64_MAX)
+                throw std::runtime_error("cannot read " + e57);
+            return int64_t(0);
+        });
+    });
+    Print("floor: read + CRC-32C", read, points);
+    const uint64_t outputBytes = 32 + 15 * points;
+    const bench::Run write = bench::Best(reps, [&] { return bench::WriteFloor(out, outputBytes); });
+    char label[64];
+    std::snprintf(label, sizeof label, "floor: write %.0f MB", double(outputBytes) / 1e6);
+    Print(label, write, points);
+    std::fflush(stdout);
+
+    for (int density : {100, 10}) {
+        for (int threads : cores > 1 ? std::vector<int>{1, cores} : std::vector<int>{1}) {
+            const bench::Run r = bench::Best(reps, [&] { return bench::Convert(e57, out, density, threads); });
+            std::snprintf(label, sizeof label, "convert d=%d, %d thread%s", density, threads, threads == 1 ? "" : "s");
+            Print(label, r, points);
+            std::fflush(stdout);
+        }
+    }
+    std::remove(out.c_str());
+    return 0;
+}

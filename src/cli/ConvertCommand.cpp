@@ -11,6 +11,7 @@
 #include "e57/Reader.h"
 #include "import/ConvertE57ToGspc.h"
 #include "import/GspcWriter.h"
+#include "parallel/ParallelConversion.h"
 
 namespace {
 
@@ -18,6 +19,7 @@ struct ConvertOptions {
     std::string input;
     std::string output;
     int density = 10;
+    int threads = parallel::DefaultThreadCount();
 };
 
 bool SameFile(const std::string& a, const std::string& b)
@@ -57,8 +59,8 @@ int RunConvert(const ConvertOptions& opt)
             PrintFailure("GSPC-Datei konnte nicht angelegt werden.", output + ": " + ErrnoText());
             return 1;
         }
-        const ConversionResult result = ConvertE57ToGspc(reader, scanCount, writer, opt.density, "E57 importieren...",
-                                                         progress, windowOpen);
+        const ConversionResult result = parallel::ConvertWithThreads(
+            reader, opt.input, scanCount, writer, opt.density, "E57 importieren...", progress, windowOpen, opt.threads);
         if (windowOpen)
             progress.Close();
         windowOpen = false;
@@ -97,5 +99,8 @@ void AddConvertCommand(CLI::App& app, int& exitStatus)
         ->capture_default_str();
     cmd->add_option("-o,--output", opt->output,
                     "Point file to write (default: <name>_data.gspc in the current folder)");
+    cmd->add_option("--threads", opt->threads, "Threads to convert with (1: exactly the add-on's conversion)")
+        ->check(CLI::Range(1, 256))
+        ->capture_default_str();
     cmd->callback([opt, &exitStatus] { exitStatus = RunConvert(*opt); });
 }

@@ -19,6 +19,7 @@
 #include "import/LibPartXml.h"
 #include "import/WriteGsmViaXml.h"
 #include "main/Log.h"
+#include "parallel/ParallelConversion.h"
 
 namespace fs = std::filesystem;
 
@@ -30,7 +31,19 @@ struct ImportOptions {
     std::string converter;
     bool xmlOnly = false;
     std::string logPath;
+    int threads = parallel::DefaultThreadCount();
 };
+
+// The import's conversion step on the threads asked for.
+int g_threads = 1;
+std::string g_e57Path;
+ConversionResult ConvertOnThreads(e57::Reader& reader, int64_t scanCount, GspcWriter& writer, int32_t densityPercent,
+                                  const std::string& windowTitle, host::ProcessWindow& processWindow,
+                                  bool& processWindowOpen)
+{
+    return parallel::ConvertWithThreads(reader, g_e57Path, scanCount, writer, densityPercent, windowTitle, processWindow,
+                                        processWindowOpen, g_threads);
+}
 
 // The library part step of the XML-only mode: the XML goes into the output
 // folder as BASE.xml instead of being compiled.
@@ -143,7 +156,10 @@ int RunImport(const ImportOptions& options)
     {
         TerminalHost terminal(e57File, TerminalProgress::StderrIsTerminal());
         SigintCancel cancelOnCtrlC;
-        baseName = DoImport(terminal.Services(), options.density, xmlOnly ? WriteXmlIntoFolder : WriteGsmViaXml);
+        g_threads = options.threads;
+        g_e57Path = e57File.string();
+        baseName = DoImport(terminal.Services(), options.density, xmlOnly ? WriteXmlIntoFolder : WriteGsmViaXml,
+                            ConvertOnThreads);
     }
     if (baseName.empty()) {
         log.PrintDetails();
@@ -179,5 +195,8 @@ void AddImportCommand(CLI::App& app, int& exitStatus)
                     "LP_XMLConverter that compiles the library part (default: the Archicad 26 installation)");
     cmd->add_flag("--xml-only", options->xmlOnly, "Write the library part as BASE.xml instead of compiling it");
     cmd->add_option("--log", options->logPath, "Append the debug log to this file");
+    cmd->add_option("--threads", options->threads, "Threads to convert with (1: exactly the add-on's conversion)")
+        ->check(CLI::Range(1, 256))
+        ->capture_default_str();
     cmd->callback([options, &exitStatus] { exitStatus = RunImport(*options); });
 }

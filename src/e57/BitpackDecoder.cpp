@@ -116,10 +116,48 @@ inline void ForEachRaw(const uint8_t* data, uint64_t pos, unsigned b, size_t n, 
     }
 }
 
+// Calls conv(raw) for `n` values of `b` bits (1..64), the first at bit `pos`
+// and each next one `strideBits` (>= b) further; the values between are not
+// read. Contiguous values (strideBits == b) take ForEachRaw's fast paths.
+template <typename Dst, typename Conv>
+inline void ForEachRawStrided(const uint8_t* data, uint64_t pos, unsigned b, size_t n, uint64_t strideBits, Dst* out,
+                              Conv conv)
+{
+    const uint64_t mask = b >= 64 ? ~uint64_t(0) : (uint64_t(1) << b) - 1;
+    if (strideBits != b) {
+        if (((pos | strideBits) & 7) == 0 && (b == 8 || b == 16 || b == 32 || b == 64)) {
+            const uint8_t* p = data + (pos >> 3);
+            const size_t step = static_cast<size_t>(strideBits >> 3);
+            auto each = [&](auto load) {
+                for (size_t i = 0; i < n; ++i, p += step)
+                    out[i] = conv(load(p));
+            };
+            switch (b) {
+            case 8: each([](const uint8_t* q) { return uint64_t(*q); }); break;
+            case 16: each([](const uint8_t* q) { return uint64_t(Load<uint16_t>(q)); }); break;
+            case 32: each([](const uint8_t* q) { return uint64_t(Load<uint32_t>(q)); }); break;
+            default: each([](const uint8_t* q) { return Load<uint64_t>(q); }); break;
+            }
+            return;
+        }
+        for (size_t i = 0; i < n; ++i, pos += strideBits) {
+            const uint8_t* p = data + (pos >> 3);
+            const unsigned sh = static_cast<unsigned>(pos & 7);
+            uint64_t w = Load<uint64_t>(p) >> sh;
+            if (sh + b > 64)
+                w |= uint64_t(p[8]) << (64 - sh);
+            out[i] = conv(w & mask);
+        }
+        return;
+    }
+    ForEachRaw(data, pos, b, n, out, conv);
+}
+
 // Integer field into the buffer type; `Saturate` is false when the field's
 // limits fit the type, which lets the plain loops vectorise.
 template <typename Dst, bool Saturate>
-void DecodeInteger(const FieldDescription& f, const uint8_t* data, uint64_t pos, size_t n, void* outPtr)
+void DecodeInteger(const FieldDescription& f, const uint8_t* data, uint64_t pos, size_t n, uint64_t strideBits,
+                   void* outPtr)
 {
     Dst* out = static_cast<Dst*>(outPtr);
     const uint64_t minimum = static_cast<uint64_t>(f.minimum);
@@ -130,16 +168,17 @@ void DecodeInteger(const FieldDescription& f, const uint8_t* data, uint64_t pos,
         return;
     }
     if constexpr (Saturate) {
-        ForEachRaw(data, pos, f.bitWidth, n, out,
-                   [minimum](uint64_t raw) { return FromInt<Dst>(static_cast<int64_t>(minimum + raw)); });
+        ForEachRawStrided(data, pos, f.bitWidth, n, strideBits, out,
+                          [minimum](uint64_t raw) { return FromInt<Dst>(static_cast<int64_t>(minimum + raw)); });
     } else {
-        ForEachRaw(data, pos, f.bitWidth, n, out,
-                   [minimum](uint64_t raw) { return static_cast<Dst>(static_cast<int64_t>(minimum + raw)); });
+        ForEachRawStrided(data, pos, f.bitWidth, n, strideBits, out,
+                          [minimum](uint64_t raw) { return static_cast<Dst>(static_cast<int64_t>(minimum + raw)); });
     }
 }
 
 template <typename Dst>
-void DecodeScaled(const FieldDescription& f, const uint8_t* data, uint64_t pos, size_t n, void* outPtr)
+void DecodeScaled(const FieldDescription& f, const uint8_t* data, uint64_t pos, size_t n, uint64_t strideBits,
+                  void* outPtr)
 {
     Dst* out = static_cast<Dst*>(outPtr);
     const uint64_t minimum = static_cast<uint64_t>(f.minimum);
@@ -154,14 +193,21 @@ void DecodeScaled(const FieldDescription& f, const uint8_t* data, uint64_t pos, 
             out[i] = v;
         return;
     }
-    ForEachRaw(data, pos, f.bitWidth, n, out, conv);
+    ForEachRawStrided(data, pos, f.bitWidth, n, strideBits, out, conv);
 }
 
+// Float and Double values are whole bytes: the stride is too.
 template <typename Dst>
-void DecodeFloat(const FieldDescription&, const uint8_t* data, uint64_t pos, size_t n, void* outPtr)
+void DecodeFloat(const FieldDescription&, const uint8_t* data, uint64_t pos, size_t n, uint64_t strideBits,
+                 void* outPtr)
 {
     Dst* out = static_cast<Dst*>(outPtr);
     const uint8_t* p = data + (pos >> 3);
+    if (strideBits != 32) {
+        for (size_t i = 0; i < n; ++i)
+            out[i] = FromDouble<Dst>(Load<float>(p + (strideBits >> 3) * i));
+        return;
+    }
     if constexpr (std::is_same_v<Dst, float>) {
         std::memcpy(out, p, n * sizeof(float));
     } else {
@@ -171,10 +217,16 @@ void DecodeFloat(const FieldDescription&, const uint8_t* data, uint64_t pos, siz
 }
 
 template <typename Dst>
-void DecodeDouble(const FieldDescription&, const uint8_t* data, uint64_t pos, size_t n, void* outPtr)
+void DecodeDouble(const FieldDescription&, const uint8_t* data, uint64_t pos, size_t n, uint64_t strideBits,
+                  void* outPtr)
 {
     Dst* out = static_cast<Dst*>(outPtr);
     const uint8_t* p = data + (pos >> 3);
+    if (strideBits != 64) {
+        for (size_t i = 0; i < n; ++i)
+            out[i] = FromDouble<Dst>(Load<double>(p + (strideBits >> 3) * i));
+        return;
+    }
     if constexpr (std::is_same_v<Dst, double>) {
         std::memcpy(out, p, n * sizeof(double));
     } else {
@@ -301,7 +353,7 @@ void FieldDecoder::Decode(size_t count, size_t outIndex)
     const unsigned b = field_.bitWidth;
     uint8_t* out = static_cast<uint8_t*>(out_) + outIndex * outSize_;
     if (b == 0) {
-        decode_(field_, buf_.data(), 0, count, out);
+        decode_(field_, buf_.data(), 0, count, 0, out);
         return;
     }
     // Values that lie wholly in the queue come from there, the rest from the
@@ -312,13 +364,46 @@ void FieldDecoder::Decode(size_t count, size_t outIndex)
         inQueue = bitPos_ >= queueBits ? 0 : static_cast<size_t>(std::min<uint64_t>(count, (queueBits - bitPos_) / b));
     }
     if (inQueue > 0) {
-        decode_(field_, buf_.data(), bitPos_, inQueue, out);
+        decode_(field_, buf_.data(), bitPos_, inQueue, b, out);
         bitPos_ += uint64_t(inQueue) * b;
     }
     if (inQueue < count) {
-        decode_(field_, slice_, bitPos_ - uint64_t(sliceStart_) * 8, count - inQueue, out + inQueue * outSize_);
+        decode_(field_, slice_, bitPos_ - uint64_t(sliceStart_) * 8, count - inQueue, b, out + inQueue * outSize_);
         bitPos_ += uint64_t(count - inQueue) * b;
     }
+}
+
+size_t FieldDecoder::DecodeKept(size_t count, size_t first, size_t stride, size_t outIndex)
+{
+    if (stride == 1 && first == 0) {
+        Decode(count, outIndex);
+        return count;
+    }
+    const unsigned b = field_.bitWidth;
+    const size_t kept = first < count ? (count - 1 - first) / stride + 1 : 0;
+    uint8_t* out = static_cast<uint8_t*>(out_) + outIndex * outSize_;
+    if (b == 0) {
+        decode_(field_, buf_.data(), 0, kept, 0, out);
+        return kept;
+    }
+    const uint64_t end = bitPos_ + uint64_t(count) * b;   // every value is consumed
+    uint64_t pos = bitPos_ + uint64_t(first) * b;
+    const uint64_t strideBits = uint64_t(stride) * b;
+    // Kept values that lie wholly in the queue come from there, the rest from
+    // the attached slice, as in Decode.
+    size_t inQueue = kept;
+    if (slice_) {
+        const uint64_t queueBits = uint64_t(end_) * 8;
+        inQueue = pos + b > queueBits ? 0 : static_cast<size_t>(std::min<uint64_t>(kept, (queueBits - pos - b) / strideBits + 1));
+    }
+    if (inQueue > 0) {
+        decode_(field_, buf_.data(), pos, inQueue, strideBits, out);
+        pos += uint64_t(inQueue) * strideBits;
+    }
+    if (inQueue < kept)
+        decode_(field_, slice_, pos - uint64_t(sliceStart_) * 8, kept - inQueue, strideBits, out + inQueue * outSize_);
+    bitPos_ = end;
+    return kept;
 }
 
 void UnpackBits(const uint8_t* data, uint64_t bitPos, unsigned bits, size_t count, uint64_t* out)

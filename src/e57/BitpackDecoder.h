@@ -51,11 +51,15 @@ public:
     }
     // Decodes `count` values (count <= Available) into out[outIndex ...].
     void Decode(size_t count, size_t outIndex);
+    // Consumes `count` values (count <= Available) but stores only the values
+    // first, first + stride, ... of them, into out[outIndex ...]; returns how
+    // many it stored. The other values are skipped without being decoded.
+    size_t DecodeKept(size_t count, size_t first, size_t stride, size_t outIndex);
 
-    // Converts `count` values starting at bit `bitPos` of `data` into
-    // out[0 .. count).
+    // Converts `count` values, the first at bit `bitPos` of `data` and each
+    // next one `strideBits` further, into out[0 .. count).
     using DecodeFn = void (*)(const FieldDescription&, const uint8_t* data, uint64_t bitPos, size_t count,
-                              void* out);
+                              uint64_t strideBits, void* out);
 
 private:
     uint64_t TotalBits() const { return (slice_ ? sliceStart_ + sliceSize_ : end_) * uint64_t(8); }

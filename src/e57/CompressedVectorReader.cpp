@@ -8,13 +8,14 @@
 
 namespace e57 {
 
-unsigned CompressedVectorReader::Impl::Read()
+unsigned CompressedVectorReader::Impl::Read(size_t first, size_t stride)
 {
     if (!open)
         throw E57Exception("read() on a closed point reader");
     // read() reports the count as unsigned: larger buffers are filled in part.
     const size_t n = static_cast<size_t>(std::min<uint64_t>({capacity, remaining, UINT32_MAX}));
     size_t done = 0;
+    size_t stored = 0;   // records stored so far in this read
     while (done < n) {
         // Decode as many records as every requested field has bytes for.
         size_t m = n - done;
@@ -44,8 +45,12 @@ unsigned CompressedVectorReader::Impl::Read()
             }
             continue;
         }
+        // Records done .. done + m - 1 of this read; the first of them to keep.
+        const size_t from = done <= first ? first - done : (stride - (done - first) % stride) % stride;
+        size_t kept = 0;
         for (FieldDecoder& d : decoders)
-            d.Decode(m, done);
+            kept = d.DecodeKept(m, from, stride, stored);
+        stored += kept;
         done += m;
     }
     remaining -= n;
@@ -59,10 +64,17 @@ CompressedVectorReader::~CompressedVectorReader() = default;
 
 unsigned CompressedVectorReader::read()
 {
+    return read(0, 1);
+}
+
+unsigned CompressedVectorReader::read(size_t first, size_t stride)
+{
     if (!impl_)
         throw E57Exception("read() on a closed point reader");
+    if (stride == 0)
+        throw E57Exception("read() with a stride of 0");
     try {
-        return impl_->Read();
+        return impl_->Read(first, stride);
     } catch (...) {
         // The fields may have advanced unevenly: nothing after this is usable.
         impl_->open = false;

@@ -16,6 +16,10 @@ public:
     // Fills the bound buffers with the next records; returns how many were
     // filled, 0 at the end of the scan.
     unsigned read();
+    // The same records consumed, but only records first, first + stride, ...
+    // of them decoded, into the buffers' first elements one after the other;
+    // the others are skipped undecoded. Returns the records consumed.
+    unsigned read(size_t first, size_t stride);
     void close();
     bool isOpen() const;
 

@@ -20,7 +20,9 @@ struct CompressedVectorReader::Impl {
     size_t capacity = 0;
     bool open = true;
 
-    unsigned Read();
+    // Reads the next records; stores only records first, first + stride, ...
+    // of them, one after the other from the start of the buffers.
+    unsigned Read(size_t first, size_t stride);
 };
 
 }  // namespace e57

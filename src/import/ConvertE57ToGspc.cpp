@@ -33,11 +33,6 @@ struct Buffers {
     std::vector<int8_t> colourInvalid = std::vector<int8_t>(kBlockSize, 0);
     // Only for scans that store spherical coordinates alone; allocated on first use.
     std::vector<double> range, azimuth, elevation;
-    // Kept points of one block, posed, handed to the writer together.
-    std::vector<float> keptX = std::vector<float>(kBlockSize);
-    std::vector<float> keptY = std::vector<float>(kBlockSize);
-    std::vector<float> keptZ = std::vector<float>(kBlockSize);
-    std::vector<unsigned char> keptRgb = std::vector<unsigned char>(kBlockSize * 3);
 };
 
 bool IsSphericalOnly(const e57::PointStandardizedFieldsAvailable& f)
@@ -59,27 +54,6 @@ void ResetMissingFields(const e57::PointStandardizedFieldsAvailable& f, bool sph
     if (hasColour && !f.isColorInvalidField) std::fill(b.colourInvalid.begin(), b.colourInvalid.end(), int8_t(0));
 }
 
-inline unsigned char Saturate8(uint16_t v)
-{
-    return static_cast<unsigned char>(v > 255 ? 255 : v);
-}
-
-// The pose formula: rotation by the quaternion (w, a, b, c) as stored, then the
-// translation. Every caller goes through here so that all results are the same.
-inline void PoseFormula(double w, double a, double b, double c, double tx, double ty, double tz, double x,
-                        double y, double z, double& xOut, double& yOut, double& zOut)
-{
-    const double t1 = b * z - c * y;
-    const double t2 = c * x - a * z;
-    const double t3 = a * y - b * x;
-    const double u1 = w * t1 + (b * t3 - c * t2);
-    const double u2 = w * t2 + (c * t1 - a * t3);
-    const double u3 = w * t3 + (a * t2 - b * t1);
-    xOut = 2.0 * u1 + x + tx;
-    yOut = 2.0 * u2 + y + ty;
-    zOut = 2.0 * u3 + z + tz;
-}
-
 // Spherical coordinates of the kept points into the x, y, z buffers.
 void SphericalToCartesian(Buffers& b, size_t first, size_t stride, size_t m)
 {
@@ -94,52 +68,155 @@ void SphericalToCartesian(Buffers& b, size_t first, size_t stride, size_t m)
     }
 }
 
-// The pose formula of ApplyPose over the kept points, written as a plain loop
-// over arrays so that the compiler can use vector registers: every lane does
-// the same IEEE operations in the same order, so the results are identical.
-void PoseBlock(const e57::RigidBodyTransform& pose, Buffers& b, size_t first, size_t stride, size_t m)
-{
-    const double w = pose.rotation.w, qa = pose.rotation.x, qb = pose.rotation.y, qc = pose.rotation.z;
-    const double tx = pose.translation.x, ty = pose.translation.y, tz = pose.translation.z;
-    float* __restrict outX = b.keptX.data();
-    float* __restrict outY = b.keptY.data();
-    float* __restrict outZ = b.keptZ.data();
-    auto one = [&](size_t k, double x, double y, double z) {
-        double xo, yo, zo;
-        PoseFormula(w, qa, qb, qc, tx, ty, tz, x, y, z, xo, yo, zo);
-        outX[k] = static_cast<float>(xo);
-        outY[k] = static_cast<float>(yo);
-        outZ[k] = static_cast<float>(zo);
-    };
-    if (stride == 1) {
-        const double* __restrict xs = b.x.data() + first;
-        const double* __restrict ys = b.y.data() + first;
-        const double* __restrict zs = b.z.data() + first;
-        for (size_t k = 0; k < m; ++k)
-            one(k, xs[k], ys[k], zs[k]);
-    } else {
-        for (size_t k = 0, j = first; k < m; ++k, j += stride)
-            one(k, b.x[j], b.y[j], b.z[j]);
+// The add-on's way: the kept points are posed, coloured and written at once,
+// a few thousand at a time so that the intermediate values stay in the cache.
+class DirectSink : public KeptPointSink {
+public:
+    explicit DirectSink(GspcWriter& writer) : writer_(writer) {}
+
+    void Put(const e57::RigidBodyTransform& pose, const DecodedBlock& block, const gspc::Gather& kept,
+             uint64_t) override
+    {
+        for (size_t done = 0; done < kept.count;) {
+            const size_t n = std::min(kChunk, kept.count - done);
+            const gspc::Gather g{kept.first + done * kept.stride, kept.stride, n};
+            gspc::PosePoints(pose, block.x, block.y, block.z, g, x_, y_, z_);
+            if (block.hasColour)
+                gspc::ColourPoints(block.red, block.green, block.blue, block.colourInvalid, g, rgb_);
+            else
+                gspc::GreyPoints(n, rgb_);
+            writer_.WritePoints(x_, y_, z_, rgb_, n);
+            done += n;
+        }
     }
+    void Finish() override {}
+
+private:
+    static constexpr size_t kChunk = 2048;
+    GspcWriter& writer_;
+    float x_[kChunk], y_[kChunk], z_[kChunk];
+    uint32_t rgb_[kChunk];
+};
+
+// A scan's fields bound to the buffers: always X, Y, Z (or the spherical
+// coordinates of a scan that has only those), the colour only when the scan
+// has all three colour fields.
+struct ScanBinding {
+    bool hasColour = false;
+    bool spherical = false;
+    e57::Data3DPointsData_t<double> bind;
+};
+
+ScanBinding BindScan(const e57::Data3D& header, Buffers& buf)
+{
+    ScanBinding s;
+    const auto& fields = header.pointFields;
+    s.hasColour = fields.colorRedField && fields.colorGreenField && fields.colorBlueField;
+    s.spherical = IsSphericalOnly(fields);
+
+    ResetMissingFields(fields, s.spherical, s.hasColour, buf);
+    if (s.spherical) {
+        if (buf.range.empty()) {
+            buf.range.assign(kBlockSize, 0.0);
+            buf.azimuth.assign(kBlockSize, 0.0);
+            buf.elevation.assign(kBlockSize, 0.0);
+        }
+        s.bind.sphericalRange = buf.range.data();
+        s.bind.sphericalAzimuth = buf.azimuth.data();
+        s.bind.sphericalElevation = buf.elevation.data();
+    } else {
+        s.bind.cartesianX = buf.x.data();
+        s.bind.cartesianY = buf.y.data();
+        s.bind.cartesianZ = buf.z.data();
+    }
+    if (s.hasColour) {
+        s.bind.colorRed = buf.red.data();
+        s.bind.colorGreen = buf.green.data();
+        s.bind.colorBlue = buf.blue.data();
+        s.bind.isColorInvalid = buf.colourInvalid.data();
+    }
+    return s;
 }
 
-// Colour of the kept points: min(value, 255) when valid, light grey otherwise.
-void ColourBlock(bool hasColour, Buffers& b, size_t first, size_t stride, size_t m)
+DecodedBlock ViewOf(const Buffers& buf, bool hasColour)
 {
-    unsigned char* out = b.keptRgb.data();
-    if (!hasColour) {
-        std::fill(out, out + 3 * m, static_cast<unsigned char>(200));
-        return;
-    }
-    for (size_t k = 0, j = first; k < m; ++k, j += stride) {
-        const bool valid = b.colourInvalid[j] == 0;
-        out[3 * k] = valid ? Saturate8(b.red[j]) : 200;
-        out[3 * k + 1] = valid ? Saturate8(b.green[j]) : 200;
-        out[3 * k + 2] = valid ? Saturate8(b.blue[j]) : 200;
-    }
+    return DecodedBlock{buf.x.data(),    buf.y.data(),    buf.z.data(),           buf.red.data(),
+                        buf.green.data(), buf.blue.data(), buf.colourInvalid.data(), hasColour};
+}
+
+// The next block's points to keep are j = first, first + step, ... so that
+// the point index (counted across scans) is a multiple of the step. Only
+// those are decoded, into the first elements of the buffers; the count of
+// points read (kept or not) is checked against the buffers' size.
+struct KeptBlock {
+    size_t read = 0;    // points of the block
+    size_t first = 0;   // position of the first kept point in the block
+    size_t stride = 1;
+    size_t count = 0;   // kept points, at buffer elements 0 .. count - 1
+};
+
+KeptBlock ReadKept(e57::CompressedVectorReader& block, int64_t pointIndex, int64_t step)
+{
+    KeptBlock k;
+    const int64_t phase = pointIndex % step;
+    k.first = phase == 0 ? 0 : static_cast<size_t>(step - phase);
+    k.stride = static_cast<size_t>(step);
+    k.read = block.read(k.first, k.stride);
+    if (k.read > kBlockSize)
+        throw e57::E57Exception("block reader returned more points than its buffers hold");
+    k.count = k.first < k.read ? (k.read - 1 - k.first) / k.stride + 1 : 0;
+    return k;
 }
 
 }  // namespace
+
+int64_t ProgressEstimate(e57::Reader& reader, int64_t scanCount, int64_t step, int64_t& totalPoints)
+{
+    totalPoints = 0;
+    int64_t estimate = 0;
+    for (int64_t i = 0; i < scanCount; ++i) {
+        e57::Data3D header;
+        if (!reader.ReadData3D(i, header))
+            continue;
+        if (header.pointCount > 0) {
+            totalPoints = SaturatingAdd(totalPoints, header.pointCount);
+            estimate = SaturatingAdd(estimate, header.pointCount / step);
+        }
+    }
+    if (estimate <= 0) {
+        estimate = scanCount > std::numeric_limits<int64_t>::max() / kFallbackPointsPerScan
+                       ? std::numeric_limits<int64_t>::max()
+                       : scanCount * kFallbackPointsPerScan;
+    }
+    return estimate;
+}
+
+int64_t ConvertScan(e57::Reader& reader, int64_t index, int32_t densityPercent, int64_t firstPointIndex,
+                    uint64_t firstRecord, KeptPointSink& sink, const std::atomic<bool>& stop)
+{
+    const int64_t step = DensityStep(densityPercent);
+    e57::Data3D header;
+    if (!reader.ReadData3D(index, header))
+        return 0;
+    Buffers buf;
+    const ScanBinding scan = BindScan(header, buf);
+    const DecodedBlock decoded = ViewOf(buf, scan.hasColour);
+    int64_t pointIndex = firstPointIndex;
+    uint64_t record = firstRecord;
+    e57::CompressedVectorReader block = reader.SetUpData3DPointsData(index, kBlockSize, scan.bind);
+    while (!stop.load(std::memory_order_relaxed)) {
+        const KeptBlock kept = ReadKept(block, pointIndex, step);
+        if (kept.read == 0)
+            break;
+        if (scan.spherical)
+            SphericalToCartesian(buf, 0, 1, kept.count);
+        sink.Put(header.pose, decoded, gspc::Gather{0, 1, kept.count}, record);
+        record += kept.count;
+        pointIndex += static_cast<int64_t>(kept.read);
+    }
+    block.close();
+    return pointIndex - firstPointIndex;
+}
 
 int32_t DensityStep(int32_t densityPercent)
 {
@@ -151,7 +228,7 @@ int32_t DensityStep(int32_t densityPercent)
 void ApplyPose(const e57::RigidBodyTransform& pose, double x, double y, double z,
                double& xOut, double& yOut, double& zOut)
 {
-    PoseFormula(pose.rotation.w, pose.rotation.x, pose.rotation.y, pose.rotation.z, pose.translation.x,
+    gspc::PoseFormula(pose.rotation.w, pose.rotation.x, pose.rotation.y, pose.rotation.z, pose.translation.x,
                 pose.translation.y, pose.translation.z, x, y, z, xOut, yOut, zOut);
 }
 
@@ -159,26 +236,22 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
                                   int32_t densityPercent, const std::string& windowTitle,
                                   host::ProcessWindow& processWindow, bool& processWindowOpen)
 {
+    DirectSink sink(writer);
+    return ConvertE57ToGspc(reader, scanCount, writer, densityPercent, windowTitle, processWindow,
+                            processWindowOpen, sink);
+}
+
+ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWriter& writer,
+                                  int32_t densityPercent, const std::string& windowTitle,
+                                  host::ProcessWindow& processWindow, bool& processWindowOpen,
+                                  KeptPointSink& sink)
+{
     ConversionResult result;
     processWindowOpen = false;
     const int64_t step = DensityStep(densityPercent);
 
     // Estimate pass: declared point counts, for the progress maximum.
-    int64_t estimate = 0;
-    for (int64_t i = 0; i < scanCount; ++i) {
-        e57::Data3D header;
-        if (!reader.ReadData3D(i, header))
-            continue;
-        if (header.pointCount > 0) {
-            result.totalPoints = SaturatingAdd(result.totalPoints, header.pointCount);
-            estimate = SaturatingAdd(estimate, header.pointCount / step);
-        }
-    }
-    if (estimate <= 0) {
-        estimate = scanCount > std::numeric_limits<int64_t>::max() / kFallbackPointsPerScan
-                       ? std::numeric_limits<int64_t>::max()
-                       : scanCount * kFallbackPointsPerScan;
-    }
+    const int64_t estimate = ProgressEstimate(reader, scanCount, step, result.totalPoints);
 
     processWindow.Open(windowTitle, 2);
     processWindowOpen = true;
@@ -197,53 +270,20 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
         e57::Data3D header;
         if (!reader.ReadData3D(i, header))
             continue;
-        const auto& fields = header.pointFields;
-        const bool hasColour = fields.colorRedField && fields.colorGreenField && fields.colorBlueField;
-        const bool spherical = IsSphericalOnly(fields);
-
-        ResetMissingFields(fields, spherical, hasColour, buf);
-        e57::Data3DPointsData_t<double> bind;
-        if (spherical) {
-            if (buf.range.empty()) {
-                buf.range.assign(kBlockSize, 0.0);
-                buf.azimuth.assign(kBlockSize, 0.0);
-                buf.elevation.assign(kBlockSize, 0.0);
-            }
-            bind.sphericalRange = buf.range.data();
-            bind.sphericalAzimuth = buf.azimuth.data();
-            bind.sphericalElevation = buf.elevation.data();
-        } else {
-            bind.cartesianX = buf.x.data();
-            bind.cartesianY = buf.y.data();
-            bind.cartesianZ = buf.z.data();
-        }
-        if (hasColour) {
-            bind.colorRed = buf.red.data();
-            bind.colorGreen = buf.green.data();
-            bind.colorBlue = buf.blue.data();
-            bind.isColorInvalid = buf.colourInvalid.data();
-        }
-
+        const ScanBinding scan = BindScan(header, buf);
+        const DecodedBlock decoded = ViewOf(buf, scan.hasColour);
         const e57::RigidBodyTransform pose = header.pose;
-        e57::CompressedVectorReader block = reader.SetUpData3DPointsData(i, kBlockSize, bind);
+        e57::CompressedVectorReader block = reader.SetUpData3DPointsData(i, kBlockSize, scan.bind);
         for (;;) {
-            const unsigned n = block.read();
+            const KeptBlock keep = ReadKept(block, pointIndex, step);
+            const size_t n = keep.read;
             if (n == 0)
                 break;
-            if (n > kBlockSize)
-                throw e57::E57Exception("block reader returned more points than its buffers hold");
-
-            // The points of this block to keep: j = first, first + step, ... (m of them),
-            // so that the point index (counted across scans) is a multiple of the step.
-            const int64_t phase = pointIndex % step;
-            const size_t first = phase == 0 ? 0 : static_cast<size_t>(step - phase);
-            const size_t stride = static_cast<size_t>(step);
-            const size_t m = first < n ? (n - 1 - first) / stride + 1 : 0;
-
-            if (spherical)
-                SphericalToCartesian(buf, first, stride, m);
-            PoseBlock(pose, buf, first, stride, m);
-            ColourBlock(hasColour, buf, first, stride, m);
+            const size_t first = keep.first;
+            const size_t stride = keep.stride;
+            const size_t m = keep.count;
+            if (scan.spherical)
+                SphericalToCartesian(buf, 0, 1, m);
 
             // Progress calls fall on every updateEvery-th kept point. A cancel keeps
             // the points up to and including the one of that call, drops the rest
@@ -273,11 +313,12 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
                 pointIndex += n;
             }
             kept = keptBefore + static_cast<int64_t>(take);
-            writer.Write(buf.keptX.data(), buf.keptY.data(), buf.keptZ.data(), buf.keptRgb.data(), take);
+            sink.Put(pose, decoded, gspc::Gather{0, 1, take}, static_cast<uint64_t>(keptBefore));
         }
         block.close();
     }
 
+    sink.Finish();
     writer.Close();
     reader.Close();
 

@@ -47,6 +47,11 @@ std::string DoImport(host::Host& host, int densityPercent)
 
 std::string DoImport(host::Host& host, int densityPercent, LibPartGenerator generateLibPart)
 {
+    return DoImport(host, densityPercent, generateLibPart, ConvertE57ToGspc);
+}
+
+std::string DoImport(host::Host& host, int densityPercent, LibPartGenerator generateLibPart, Conversion convert)
+{
     Log("--- DoImport ---");
 
     std::filesystem::path chosen;
@@ -101,9 +106,8 @@ std::string DoImport(host::Host& host, int densityPercent, LibPartGenerator gene
             return "";
         }
 
-        const ConversionResult result = ConvertE57ToGspc(reader, scanCount, writer, densityPercent,
-                                                         "E57 importieren...", host.processWindow,
-                                                         processWindowOpen);
+        const ConversionResult result = convert(reader, scanCount, writer, densityPercent, "E57 importieren...",
+                                                host.processWindow, processWindowOpen);
         if (result.cancelled) {
             // The partial point file stays on disk, closed.
             host.processWindow.Close();

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/Host.h"
+#include "import/ConvertE57ToGspc.h"
 
 // Returns the base name of the imported point cloud, or "" when nothing was imported.
 std::string DoImport(host::Host& host, int densityPercent);
@@ -18,3 +19,11 @@ using LibPartGenerator = bool (*)(const char* gspcFileName, const char* partName
 
 // The same command with another library part step (the command-line tool's XML-only mode).
 std::string DoImport(host::Host& host, int densityPercent, LibPartGenerator generateLibPart);
+
+// The conversion step; ConvertE57ToGspc is what the add-on always uses.
+using Conversion = ConversionResult (*)(e57::Reader& reader, int64_t scanCount, GspcWriter& writer,
+                                        int32_t densityPercent, const std::string& windowTitle,
+                                        host::ProcessWindow& processWindow, bool& processWindowOpen);
+
+// The same command with another conversion step as well (the command-line tool's threads).
+std::string DoImport(host::Host& host, int densityPercent, LibPartGenerator generateLibPart, Conversion convert);

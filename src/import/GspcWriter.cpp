@@ -1,5 +1,8 @@
 #include "import/GspcWriter.h"
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstring>
 
 namespace {
@@ -51,7 +54,7 @@ bool GspcWriter::Open(const char* path)
     std::setvbuf(f, nullptr, _IONBF, 0);
     file_ = f;
     writeFailed_ = false;
-    buffer_.resize(kBufferBytes);
+    buffer_.resize(kBufferBytes + 1);   // + 1: records are stored 16 bytes at a time
     used_ = 0;
 
     unsigned char header[kHeaderSize] = {};
@@ -70,52 +73,57 @@ void GspcWriter::Write(float x, float y, float z, unsigned char r, unsigned char
 
 void GspcWriter::Write(const float* x, const float* y, const float* z, const unsigned char* rgb, size_t count)
 {
+    uint32_t packed[1024];
+    for (size_t done = 0; done < count;) {
+        const size_t n = count - done < 1024 ? count - done : 1024;
+        for (size_t i = 0; i < n; ++i) {
+            const unsigned char* c = rgb + 3 * (done + i);
+            packed[i] = uint32_t(c[0]) | uint32_t(c[1]) << 8 | uint32_t(c[2]) << 16;
+        }
+        WritePoints(x + done, y + done, z + done, packed, n);
+        done += n;
+    }
+}
+
+void GspcWriter::WritePoints(const float* x, const float* y, const float* z, const uint32_t* rgb, size_t count)
+{
     if (count == 0)
         return;
-    if (buffer_.size() < kBufferBytes)
-        buffer_.resize(kBufferBytes);   // also when called before Open: memory stays safe, the bytes go nowhere
-    if (firstPoint_) {
-        bounds_[0] = bounds_[1] = x[0];
-        bounds_[2] = bounds_[3] = y[0];
-        bounds_[4] = bounds_[5] = z[0];
-        firstPoint_ = false;
-    }
-    // The bounds live in registers for the loop. "min > v ? v : min" is the
-    // strict test of one point after the other: a NaN never replaces a bound,
-    // and of equal values (such as -0 and +0) the first one stays.
-    float minX = bounds_[0], maxX = bounds_[1], minY = bounds_[2], maxY = bounds_[3], minZ = bounds_[4],
-          maxZ = bounds_[5];
+    if (buffer_.size() < kBufferBytes + 1)
+        buffer_.resize(kBufferBytes + 1);   // also when called before Open: memory stays safe, the bytes go nowhere
+    gspc::RunBounds run;
+    gspc::FoldBounds(x, y, z, count, run);
+    gspc::MergeBounds(run, bounds_, firstPoint_);
     size_t done = 0;
     while (done < count) {
-        if (used_ + kRecordSize > buffer_.size())
+        if (used_ + kRecordSize > kBufferBytes)
             Flush();
-        const size_t room = (buffer_.size() - used_) / kRecordSize;
-        const size_t end = done + (count - done < room ? count - done : room);
-        unsigned char* p = buffer_.data() + used_;
-        for (size_t i = done; i < end; ++i, p += kRecordSize) {
-            const float xi = x[i], yi = y[i], zi = z[i];
-            minX = minX > xi ? xi : minX;
-            maxX = xi > maxX ? xi : maxX;
-            minY = minY > yi ? yi : minY;
-            maxY = yi > maxY ? yi : maxY;
-            minZ = minZ > zi ? zi : minZ;
-            maxZ = zi > maxZ ? zi : maxZ;
-            PutF32(p, xi);
-            PutF32(p + 4, yi);
-            PutF32(p + 8, zi);
-            p[12] = rgb[3 * i];
-            p[13] = rgb[3 * i + 1];
-            p[14] = rgb[3 * i + 2];
-        }
-        used_ += (end - done) * kRecordSize;
-        done = end;
+        const size_t room = (kBufferBytes - used_) / kRecordSize;
+        const size_t n = count - done < room ? count - done : room;
+        gspc::EncodeRecords(x + done, y + done, z + done, rgb + done, n, buffer_.data() + used_);
+        used_ += n * kRecordSize;
+        done += n;
     }
-    bounds_[0] = minX;
-    bounds_[1] = maxX;
-    bounds_[2] = minY;
-    bounds_[3] = maxY;
-    bounds_[4] = minZ;
-    bounds_[5] = maxZ;
+}
+
+bool GspcWriter::WriteRecordsAt(uint64_t firstRecord, const unsigned char* records, size_t count) const
+{
+    if (file_ == nullptr)
+        return false;
+    const int fd = fileno(file_);
+    size_t left = count * kRecordSize;
+    off_t at = static_cast<off_t>(kHeaderSize + firstRecord * kRecordSize);
+    while (left > 0) {
+        const ssize_t n = ::pwrite(fd, records, left, at);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        records += n;
+        left -= static_cast<size_t>(n);
+        at += n;
+    }
+    return true;
 }
 
 void GspcWriter::Flush()
@@ -125,6 +133,32 @@ void GspcWriter::Flush()
             writeFailed_ = true;
     }
     used_ = 0;
+}
+
+void GspcWriter::Restart()
+{
+    used_ = 0;
+    for (float& b : bounds_)
+        b = 0.0f;
+    firstPoint_ = true;
+    writeFailed_ = false;
+    if (file_ != nullptr &&
+        (::ftruncate(fileno(file_), static_cast<off_t>(kHeaderSize)) != 0 ||
+         std::fseek(file_, static_cast<long>(kHeaderSize), SEEK_SET) != 0))
+        writeFailed_ = true;
+}
+
+bool GspcWriter::CloseUnfinished()
+{
+    if (file_ == nullptr)
+        return false;
+    Flush();
+    if (std::fclose(file_) != 0)
+        writeFailed_ = true;
+    file_ = nullptr;
+    std::vector<unsigned char>().swap(buffer_);
+    used_ = 0;
+    return true;
 }
 
 bool GspcWriter::Close()

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "import/PointRecords.h"
+
 class GspcWriter {
 public:
     GspcWriter();
@@ -22,7 +24,23 @@ public:
     // `count` points at once from the arrays x, y, z and rgb (r, g, b per point).
     // Same bytes and bounds as calling Write for each point in order.
     void Write(const float* x, const float* y, const float* z, const unsigned char* rgb, size_t count);
+    // The same with each colour as r | g << 8 | b << 16.
+    void WritePoints(const float* x, const float* y, const float* z, const uint32_t* rgb, size_t count);
     bool Close();
+
+    // For records encoded elsewhere (gspc::EncodeRecords), e.g. by several
+    // threads: writes `count` of them as records firstRecord... of the file,
+    // at their place, without touching the writer's buffer or bounds; safe
+    // to call from several threads at once. False when the write fails.
+    bool WriteRecordsAt(uint64_t firstRecord, const unsigned char* records, size_t count) const;
+    // The bounds of records written with WriteRecordsAt, merged in file order.
+    void MergeBounds(const gspc::RunBounds& run) { gspc::MergeBounds(run, bounds_, firstPoint_); }
+    void NoteWriteFailure() { writeFailed_ = true; }
+    // Back to a file of just the header, as after Open (bounds and records gone).
+    void Restart();
+    // Closes without patching the bounds: the header keeps zero bounds, the
+    // mark of an unfinished file. False if no file is open.
+    bool CloseUnfinished();
 
     float MinX() const { return bounds_[0]; }
     float MaxX() const { return bounds_[1]; }

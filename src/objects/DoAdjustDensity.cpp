@@ -137,6 +137,15 @@ bool DoAdjustDensity(host::Host& host, const PointCloudEntry& entry, int density
         if (result.cancelled) {
             return false;
         }
+        // A point file cut short (full disk) does not hold the points the
+        // instances would be told about: fail like a file that cannot be written.
+        if (writer.WriteFailed()) {
+            char line[256];
+            std::snprintf(line, sizeof line, "GSPC-Fehler: could not write all of %s", gspcPath.c_str());
+            Log(line);
+            host.reportWindow.WriteReport("GSPC-Datei konnte nicht angelegt werden.", true);
+            return false;
+        }
 
         const int updated = UpdatePlacedParams(host, entry.libIdx, densityPercent, result.keptPoints);
         char line[64];

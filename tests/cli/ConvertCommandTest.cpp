@@ -48,6 +48,11 @@ TEST(ConvertCommand, ConvertsWithTheDefaultNameInTheCurrentFolder)
     EXPECT_NE(r.out.find("offset: 1 4 -1\n"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("size: 2 2 2\n"), std::string::npos) << r.out;
     EXPECT_EQ(pwtest::Slurp(dir + "/Haus_data.gspc").size(), 32u + 3 * 15);
+
+    // A file named only ".e57" keeps the whole name as its base name.
+    WriteSmallE57(dir + "/.e57");
+    ASSERT_EQ(RunPunktwolke({"convert", ".e57", "--density", "100"}, here).exitCode, 0);
+    EXPECT_EQ(pwtest::Slurp(dir + "/.e57_data.gspc").size(), 32u + 3 * 15);
 }
 
 TEST(ConvertCommand, OutputMatchesThePublishedPointFile)
@@ -73,6 +78,8 @@ TEST(ConvertCommand, WrongUsageExitsWithTwo)
     const auto help = RunPunktwolke({"convert", "--help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_NE(help.out.find("--density"), std::string::npos);
+    EXPECT_NE(help.out.find("--threads"), std::string::npos);
+    EXPECT_EQ(RunPunktwolke({"convert", "a.e57", "--threads", "0"}).exitCode, 2);
 }
 
 TEST(ConvertCommand, FailuresGiveOneClearLine)
@@ -117,15 +124,55 @@ TEST(ConvertCommand, CtrlCCancelsAndLeavesAClosedPartialFile)
 {
     if (!SamplesPresent())
         GTEST_SKIP() << "shared sample folder is absent";
-    const std::string out = pwtest::ScratchDir("convert_cancel") + "/cancel.gspc";
+    // One thread or several: the same cancel point and the same bytes.
+    for (const char* threads : {"1", "3"}) {
+        SCOPED_TRACE(threads);
+        const std::string out = pwtest::ScratchDir("convert_cancel") + "/cancel" + threads + ".gspc";
+        pwtest::RunOptions interrupted;
+        interrupted.pendingSigint = true;
+        const auto r = RunPunktwolke(
+            {"convert", SamplePath("bunnyFloat.e57"), "-d", "100", "-o", out, "--threads", threads}, interrupted);
+        EXPECT_EQ(r.exitCode, 1);
+        EXPECT_EQ(r.err, "Import abgebrochen.\n");
+        EXPECT_EQ(r.out, "");
+        // 30571 points in one block, progress every 152 kept points: the block ends at the first check.
+        const std::string d = pwtest::Slurp(out);
+        ASSERT_EQ(d.size(), 32u + 15u * 152);
+        EXPECT_LT(FloatAt(d, 8), FloatAt(d, 12)) << "bounds patched at close";
+    }
+}
+
+TEST(ConvertCommand, AnyNumberOfThreadsWritesTheSameBytes)
+{
+    // Several scans with poses, colour and mixed encodings, many blocks each.
+    const std::string dir = pwtest::ScratchDir("convert_threads");
+    const std::string e57 = dir + "/synth.e57";
+    ASSERT_EQ(RunPunktwolke({"synth", e57, "--points", "400000", "--scans", "3", "--seed", "5"}).exitCode, 0);
+    for (const char* density : {"100", "7"}) {
+        SCOPED_TRACE(density);
+        const auto one = RunPunktwolke({"convert", e57, "-d", density, "-o", dir + "/one.gspc", "--threads", "1"});
+        ASSERT_EQ(one.exitCode, 0) << one.err;
+        const std::string expected = pwtest::Slurp(dir + "/one.gspc");
+        for (const char* threads : {"2", "4"}) {
+            const std::string out = dir + "/t" + threads + ".gspc";
+            const auto r = RunPunktwolke({"convert", e57, "-d", density, "-o", out, "--threads", threads});
+            ASSERT_EQ(r.exitCode, 0) << r.err;
+            EXPECT_EQ(r.out.substr(0, r.out.find("output:")), one.out.substr(0, one.out.find("output:")));
+            EXPECT_TRUE(pwtest::Slurp(out) == expected) << threads << " threads";
+        }
+    }
+
+    // Ctrl-C while scans are converted side by side: what was written stays,
+    // but the header keeps zero bounds, so the file never passes for a finished one.
     pwtest::RunOptions interrupted;
     interrupted.pendingSigint = true;
-    const auto r = RunPunktwolke({"convert", SamplePath("bunnyFloat.e57"), "-d", "100", "-o", out}, interrupted);
+    const std::string out = dir + "/cancelled.gspc";
+    const auto r = RunPunktwolke({"convert", e57, "-d", "100", "-o", out, "--threads", "3"}, interrupted);
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_EQ(r.err, "Import abgebrochen.\n");
-    EXPECT_EQ(r.out, "");
-    // 30571 points in one block, progress every 152 kept points: the block ends at the first check.
     const std::string d = pwtest::Slurp(out);
-    ASSERT_EQ(d.size(), 32u + 15u * 152);
-    EXPECT_LT(FloatAt(d, 8), FloatAt(d, 12)) << "bounds patched at close";
+    ASSERT_GE(d.size(), 32u);
+    EXPECT_EQ((d.size() - 32) % 15, 0u);
+    EXPECT_LE(d.size(), 32u + 15u * 400000);
+    EXPECT_EQ(d.substr(8, 24), std::string(24, '\0'));
 }

@@ -143,7 +143,8 @@ TEST_F(ImportCommand, WrongUsageExitsWithTwo)
 {
     WriteE57(e57_, 10);
     for (const auto& args : std::vector<std::vector<std::string>>{
-             {"import"}, {"import", e57_, "-d", "0"}, {"import", e57_, "-d", "101"}, {"import", e57_, "--bogus"}}) {
+             {"import"}, {"import", e57_, "-d", "0"}, {"import", e57_, "-d", "101"}, {"import", e57_, "--bogus"},
+             {"import", e57_, "--threads", "0"}}) {
         EXPECT_EQ(RunPunktwolke(args).exitCode, 2) << args.back();
     }
     EXPECT_FALSE(fs::exists(folder_));

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 
@@ -89,6 +90,61 @@ TEST(BitpackDecoder, UnpacksEveryWidthAtEveryBitOffset)
             std::vector<uint64_t> out(values.size());
             e57::UnpackBits(w.bytes.data(), lead, bits, values.size(), out.data());
             ASSERT_EQ(out, values) << bits << " bits after " << lead << " lead bits";
+        }
+    }
+}
+
+TEST(BitpackDecoder, KeptValuesAreEveryStrideThValueWhereverThePacketsEnd)
+{
+    std::mt19937_64 rng(58);
+    struct Kind {
+        e57::FieldEncoding encoding;
+        unsigned lowest, highest;   // bit widths
+    };
+    for (const Kind& kind : {Kind{e57::FieldEncoding::Integer, 0, 64}, Kind{e57::FieldEncoding::ScaledInteger, 5, 5},
+                             Kind{e57::FieldEncoding::Float, 32, 32}, Kind{e57::FieldEncoding::Double, 64, 64}}) {
+        for (unsigned bits = kind.lowest; bits <= kind.highest; ++bits) {
+            e57::FieldDescription f;
+            f.name = "cartesianX";
+            f.encoding = kind.encoding;
+            f.bitWidth = bits;
+            f.minimum = bits == 64 ? std::numeric_limits<int64_t>::min() : -7;
+            f.maximum = bits == 64 ? std::numeric_limits<int64_t>::max()
+                                   : (bits == 0 ? -7 : -7 + int64_t((bits == 63 ? ~0ull >> 1 : (1ull << bits) - 1)));
+            f.scale = 0.25;
+            f.offset = 100.0;
+            const size_t n = 300;
+            BitWriter w;
+            for (size_t i = 0; i < n; ++i)
+                w.Put(rng(), bits);
+            Bytes bytes = w.bytes;
+            bytes.resize(bytes.size() + 16, 0xEE);
+            std::vector<double> all(n);
+            e57::FieldDecoder whole(f, 0, all.data());
+            whole.Append(bytes.data(), w.bytes.size());
+            whole.Decode(n, 0);
+
+            for (size_t stride : {size_t(1), size_t(2), size_t(3), size_t(7)}) {
+                for (size_t first : {size_t(0), size_t(1), stride - 1}) {
+                    SCOPED_TRACE(std::to_string(bits) + " bits, stride " + std::to_string(stride) + ", first " +
+                                 std::to_string(first));
+                    // Two packets cut at a random byte; the decoder reads from them in place.
+                    const size_t cut = w.bytes.size() ? size_t(rng() % w.bytes.size()) : 0;
+                    std::vector<double> out(n, -1.0);
+                    e57::FieldDecoder d(f, 0, out.data());
+                    d.Attach(bytes.data(), cut);
+                    const size_t m1 = static_cast<size_t>(d.Available(n));
+                    size_t stored = d.DecodeKept(m1, first, stride, 0);
+                    d.Attach(bytes.data() + cut, w.bytes.size() - cut);
+                    const size_t m2 = static_cast<size_t>(d.Available(n - m1));
+                    ASSERT_EQ(m1 + m2, n);
+                    const size_t from = m1 <= first ? first - m1 : (stride - (m1 - first) % stride) % stride;
+                    stored += d.DecodeKept(m2, from, stride, stored);
+                    ASSERT_EQ(stored, first < n ? (n - 1 - first) / stride + 1 : 0u);
+                    for (size_t k = 0; k < stored; ++k)
+                        ASSERT_EQ(std::memcmp(&out[k], &all[first + k * stride], sizeof(double)), 0) << k;
+                }
+            }
         }
     }
 }

@@ -130,6 +130,12 @@ TEST(ReaderBehaviour, ChecksumPolicyDecidesWhichPagesAreVerified)
     EXPECT_EQ(ReadEverything(four, 10), 30571);
     EXPECT_THROW(ReadEverything(BunnyWithBadCrc(dir, {100}), 10), e57::E57Exception);
 
+    // The last page of a batch is checked at every policy but 0: page 363 ends
+    // the points' one batch of pages 0..363 (the XML read at opening ends in page 365).
+    EXPECT_THROW(ReadEverything(BunnyWithBadCrc(dir, {363}), 10), e57::E57Exception);
+    EXPECT_THROW(ReadEverything(BunnyWithBadCrc(dir, {363}), 1), e57::E57Exception);
+    EXPECT_EQ(ReadEverything(BunnyWithBadCrc(dir, {363}), 0), 30571);
+
     // The page holding the file header is checked whenever checking is on.
     EXPECT_THROW(ReadEverything(BunnyWithBadCrc(dir, {0}), 1), e57::E57Exception);
     EXPECT_EQ(ReadEverything(BunnyWithBadCrc(dir, {0}), 0), 30571);

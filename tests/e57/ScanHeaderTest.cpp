@@ -31,11 +31,12 @@ e57::Data3D HeaderOf(const std::string& scanChildren, const std::string& prototy
 TEST(ScanHeader, PoseDefaultsPerPart)
 {
     e57::Data3D h = HeaderOf("<pose type=\"Structure\"><translation type=\"Structure\"><x type=\"Float\">2.5</x>"
-                             "<z type=\"Integer\">-3</z></translation></pose>", "");
+                             "<y type=\"ScaledInteger\" scale=\"0.5\" offset=\"100\">7</y><z type=\"Integer\">-3</z>"
+                             "</translation></pose>", "");
     EXPECT_EQ(h.pose.rotation.w, 1.0);
     EXPECT_EQ(h.pose.rotation.x, 0.0);
     EXPECT_EQ(h.pose.translation.x, 2.5);
-    EXPECT_EQ(h.pose.translation.y, 0.0);
+    EXPECT_EQ(h.pose.translation.y, 103.5);   // raw * scale + offset
     EXPECT_EQ(h.pose.translation.z, -3.0);
     EXPECT_FALSE(h.hasCartesianBounds);
 

@@ -231,7 +231,7 @@ void CheckHeader(const Scan& s, const e57::Data3D& d)
     }
 }
 
-void CheckPoints(const e57::Reader& reader, int64_t index, const Scan& s, size_t block)
+void CheckPoints(const e57::Reader& reader, int64_t index, const Scan& s, size_t block, size_t stride = 1, size_t phase = 0)
 {
     std::vector<double> x(block), y(block), z(block), intensity(block), time(block);
     std::vector<uint16_t> red(block), green(block), blue(block);
@@ -270,18 +270,21 @@ void CheckPoints(const e57::Reader& reader, int64_t index, const Scan& s, size_t
                               {"rowIndex", nullptr, nullptr, nullptr, row.data()}};
     uint64_t done = 0;
     int mismatches = 0;
-    for (unsigned n; (n = cv.read()) > 0; done += n) {
+    // Only records r with r % stride == phase are decoded, one after the other.
+    for (unsigned n; (n = cv.read((phase + stride - done % stride) % stride, stride)) > 0; done += n) {
         ASSERT_LE(done + n, s.count);
+        const size_t first = (phase + stride - done % stride) % stride;
+        const size_t kept = first < n ? (n - 1 - first) / stride + 1 : 0;
         for (const Target& t : targets) {
             const Column* c = Find(s, t.name);
             if (!c)
                 continue;
-            for (unsigned i = 0; i < n && mismatches < 5; ++i) {
-                const double want = c->expected[done + i];
+            for (unsigned i = 0; i < kept && mismatches < 5; ++i) {
+                const double want = c->expected[done + first + i * stride];
                 const double got = t.d ? t.d[i] : t.u16 ? double(t.u16[i]) : t.i8 ? double(t.i8[i]) : double(t.i32[i]);
                 if (!SameBits(got, want)) {
                     ++mismatches;
-                    ADD_FAILURE() << t.name << " record " << done + i << ": got " << got << ", wrote " << want
+                    ADD_FAILURE() << t.name << " record " << done + first + i * stride << ": got " << got << ", wrote " << want
                                   << " (" << c->field.BitWidth() << " bits, block " << block << ")";
                 }
             }
@@ -322,6 +325,10 @@ TEST(WriterRoundTrip, RandomScansReadBackBitForBit)
             CheckHeader(scans[size_t(i)], d);
             static const size_t kBlocks[] = {1, 7, 1000, 65536};
             CheckPoints(reader, i, scans[size_t(i)], kBlocks[gen.Below(4)]);
+            // Every stride-th record alone, the others skipped undecoded.
+            static const size_t kStrides[] = {2, 3, 10, 100};
+            const size_t stride = kStrides[gen.Below(4)];
+            CheckPoints(reader, i, scans[size_t(i)], kBlocks[gen.Below(4)], stride, size_t(gen.Below(stride)));
         }
         reader.Close();
         std::remove(path.c_str());

@@ -226,3 +226,56 @@ TEST_F(DoImportTest, ConverterFailureClosesTheWindowBeforeTheAlert)
 
 // A cancelled file dialog, missing and empty files, a cancelled conversion and the
 // imported part in the catalogue are covered by the session scenarios.
+
+namespace {
+
+std::string g_generatedPart;
+std::string g_generatedFolder;
+std::string g_generatedPointFile;
+
+bool RecordLibPart(const char* gspcFileName, const char* partName, const char* outputFolder, float, float, float,
+                   float, float, float, int, const char*, long long, long long)
+{
+    g_generatedPointFile = gspcFileName;
+    g_generatedPart = partName;
+    g_generatedFolder = outputFolder;
+    return true;
+}
+
+}  // namespace
+
+TEST_F(DoImportTest, OnlyANameLongerThanTheExtensionLosesIt)
+{
+    struct Case {
+        const char* file;
+        const char* base;
+    };
+    for (const Case& c : {Case{"a.e57", "a"}, Case{"x.E57.e57", "x.E57"}}) {
+        SCOPED_TRACE(c.file);
+        h.ReportWindow().Clear();
+        const fs::path file = dir_ / c.file;
+        WriteE57(file, 10);
+        h.OpenFileDialog().QueueFile(file);
+        EXPECT_EQ(DoImport(h.Bundle(), 100, RecordLibPart), c.base);
+        EXPECT_EQ(g_generatedPart, c.base);
+        EXPECT_EQ(g_generatedPointFile, std::string(c.base) + "_data.gspc");
+        EXPECT_EQ(g_generatedFolder, (dir_ / c.base).string());
+        EXPECT_EQ(fs::file_size(dir_ / c.base / (std::string(c.base) + "_data.gspc")), 32u + 10u * 15u);
+        ExpectReport("\"" + std::string(c.base) + "\" importiert (100% der Punkte).", false);
+    }
+
+    // ".e57" alone is the whole name and stays the base name, so the output
+    // folder would be the E57 file itself: no folder can be made there and the
+    // point file cannot be created. Nothing lands beside the file.
+    h.ReportWindow().Clear();
+    g_generatedPart = "<none>";
+    const fs::path bare = dir_ / ".e57";
+    WriteE57(bare, 10);
+    const std::string before = pwtest::Slurp(bare);
+    h.OpenFileDialog().QueueFile(bare);
+    EXPECT_EQ(DoImport(h.Bundle(), 100, RecordLibPart), "");
+    ExpectReport("GSPC-Datei konnte nicht angelegt werden.", true);
+    EXPECT_EQ(g_generatedPart, "<none>");
+    EXPECT_FALSE(fs::exists(dir_ / "_data.gspc"));
+    EXPECT_EQ(pwtest::Slurp(bare), before);
+}

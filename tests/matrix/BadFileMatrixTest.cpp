@@ -107,8 +107,25 @@ protected:
         const fs::path out = dir_ / "out.gspc";
         fs::remove(out);
 
-        const RunResult r = RunTool({"convert", e57.string(), "-d", "100", "-o", out.string()});
+        const RunResult r = RunTool({"convert", e57.string(), "-d", "100", "-o", out.string(), "--threads", "1"});
         EXPECT_FALSE(r.timedOut) << "hangs";
+        {
+            // Several threads end in the very same result, error and bytes.
+            const fs::path threaded = dir_ / "threaded.gspc";
+            fs::remove(threaded);
+            const RunResult t =
+                RunTool({"convert", e57.string(), "-d", "100", "-o", threaded.string(), "--threads", "3"});
+            EXPECT_EQ(t.exitCode, r.exitCode);
+            std::string expectedOut = r.out;
+            if (const size_t at = expectedOut.find(out.string()); at != std::string::npos)
+                expectedOut.replace(at, out.string().size(), threaded.string());
+            EXPECT_EQ(t.out, expectedOut);
+            EXPECT_EQ(t.err, r.err);
+            EXPECT_EQ(fs::exists(threaded), fs::exists(out));
+            if (fs::exists(out) && fs::exists(threaded)) {
+                EXPECT_TRUE(ReadBytes(out) == ReadBytes(threaded)) << "the threaded point file differs";
+            }
+        }
         EXPECT_EQ(r.signal, 0) << r.err;
         EXPECT_LT(r.maxRssMb, kMaxRssMb);
         EXPECT_EQ(Sha256(e57), hash) << "the source file was changed";

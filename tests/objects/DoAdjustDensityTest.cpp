@@ -228,6 +228,30 @@ TEST_F(DoAdjustDensityTest, BrokenE57DataLeavesTheWriterUnclosedAndTellsTheUser)
     EXPECT_EQ(HeaderBounds(bytes), std::vector<float>(6, 0.0f));
 }
 
+TEST_F(DoAdjustDensityTest, FullDiskEndsInAnAlertAndChangesNoInstance)
+{
+    // The point file leads to /dev/full: it opens, and every write fails with ENOSPC.
+    if (!fs::exists("/dev/full")) {
+        GTEST_SKIP() << "no /dev/full on this system";
+    }
+    fs::remove(GspcPath());
+    fs::create_symlink("/dev/full", GspcPath());
+    const host::Guid placed = Place(entry_.libIdx, PartParams(10, 100));
+
+    EXPECT_FALSE(DoAdjustDensity(h_.Bundle(), entry_, 100));
+
+    ASSERT_EQ(h_.ReportWindow().Lines().size(), 1u);
+    EXPECT_EQ(h_.ReportWindow().Lines()[0].text, "GSPC-Datei konnte nicht angelegt werden.");
+    EXPECT_TRUE(h_.ReportWindow().Lines()[0].withAlert);
+    EXPECT_TRUE(LogHas("GSPC-Fehler: could not write all of " + GspcPath().string()));
+    EXPECT_FALSE(LogHas("updCount=0"));
+    EXPECT_FALSE(h_.ProcessWindow().IsOpen());
+    EXPECT_EQ(ParOf(placed, "iDensityPercent"), 10.0);
+    EXPECT_EQ(ParOf(placed, "iReducedPoints"), 100.0);
+    EXPECT_TRUE(h_.Undo().RequestedTexts().empty());
+    EXPECT_EQ(h_.Calls().Count("RLIB"), 0u);
+}
+
 TEST_F(DoAdjustDensityTest, UnusableInputsAreReportedWithAnAlert)
 {
     const std::string oldPointFile = ReadAll(GspcPath());

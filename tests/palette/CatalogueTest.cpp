@@ -84,6 +84,9 @@ TEST_F(Catalogue, ForeignPartsAreLeftOut)
     AddOurs(u"EmptyPath", 50, u"");
     // Names are compared case-sensitively.
     h.LibParts().AddLibPart(u"LowerCase", {IntPar("idensitypercent", 50), StringPar("sE57Path", u"/x.e57")});
+    // Names are compared whole: a longer name that starts with ours is another parameter.
+    h.LibParts().AddLibPart(u"OldPath", {IntPar("iDensityPercent", 50), StringPar("sE57PathOld", u"/x.e57")});
+    h.LibParts().AddLibPart(u"OldDensity", {IntPar("iDensityPercentOld", 50), StringPar("sE57Path", u"/x.e57")});
     // A foreign part with both parameters is taken for one of ours.
     const int32_t lookalike = h.LibParts().AddLibPart(
         u"Lookalike", {sim::RealPar("iDensityPercent", 5), StringPar("sE57Path", u"/data/a.e57")});

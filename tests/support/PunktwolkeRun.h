@@ -25,7 +25,7 @@ struct RunResult {
 
 struct RunOptions {
     std::string cwd;                // empty: the test's own folder
-    bool pendingSigint = false;     // start with a Ctrl-C already waiting
+    bool pendingSigint = false;     // start with a Ctrl-C already pending
 };
 
 inline std::string BinaryPath()
@@ -54,34 +54,48 @@ inline RunResult RunProgram(const std::string& program, const std::vector<std::s
         cargv.push_back(a.data());
     cargv.push_back(nullptr);
 
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (!options.cwd.empty())
-        posix_spawn_file_actions_addchdir_np(&actions, options.cwd.c_str());
-    posix_spawnattr_t attr;
-    posix_spawnattr_init(&attr);
-    if (options.pendingSigint) {
-        // Blocked in the child until the tool installs its handler and unblocks it.
-        sigset_t set;
-        sigemptyset(&set);
-        sigaddset(&set, SIGINT);
-        posix_spawnattr_setsigmask(&attr, &set);
-        posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSIGMASK);
-    }
     RunResult r;
     pid_t pid = 0;
-    const int rc = posix_spawn(&pid, argv[0].c_str(), &actions, &attr, cargv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attr);
-    if (rc != 0) {
-        r.err = "spawn failed";
-        return r;
+    if (options.pendingSigint) {
+        // The Ctrl-C is made pending before the program starts: blocked and
+        // raised in the child, it survives exec and arrives the moment the tool
+        // installs its handler and unblocks it, however busy the machine is.
+        const char* cwd = options.cwd.empty() ? nullptr : options.cwd.c_str();
+        pid = fork();
+        if (pid == 0) {
+            sigset_t set;
+            sigemptyset(&set);
+            sigaddset(&set, SIGINT);
+            sigprocmask(SIG_BLOCK, &set, nullptr);
+            kill(getpid(), SIGINT);
+            const int in = open("/dev/null", O_RDONLY);
+            const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            if (in < 0 || out < 0 || err < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0 ||
+                (cwd && chdir(cwd) != 0))
+                _exit(127);
+            execve(cargv[0], cargv.data(), environ);
+            _exit(127);
+        }
+        if (pid < 0) {
+            r.err = "fork failed";
+            return r;
+        }
+    } else {
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (!options.cwd.empty())
+            posix_spawn_file_actions_addchdir_np(&actions, options.cwd.c_str());
+        const int rc = posix_spawn(&pid, argv[0].c_str(), &actions, nullptr, cargv.data(), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        if (rc != 0) {
+            r.err = "spawn failed";
+            return r;
+        }
     }
-    if (options.pendingSigint)
-        kill(pid, SIGINT);
     int status = 0;
     waitpid(pid, &status, 0);
     if (WIFEXITED(status))
