@@ -1,0 +1,51 @@
+#include "preview/PointColour.h"
+
+#include <algorithm>
+
+namespace preview {
+
+ColourMode ResolveColourMode(ColourMode requested, bool everyPointFallbackGrey)
+{
+    if (requested != ColourMode::Auto)
+        return requested;
+    return everyPointFallbackGrey ? ColourMode::Height : ColourMode::Rgb;
+}
+
+Rgb HeightRamp(double t)
+{
+    // Stops of a perceptually even blue-green-yellow ramp.
+    static const double kStops[5][3] = {
+        {68, 1, 84}, {59, 82, 139}, {33, 145, 140}, {94, 201, 98}, {253, 231, 37}};
+    t = std::clamp(t, 0.0, 1.0) * 4.0;
+    const int i = std::min(3, int(t));
+    const double f = t - i;
+    auto mix = [&](int c) { return static_cast<unsigned char>(kStops[i][c] + (kStops[i + 1][c] - kStops[i][c]) * f + 0.5); };
+    return {mix(0), mix(1), mix(2)};
+}
+
+PointColouring::PointColouring(ColourMode resolved, double zLo, double zHi)
+    : mode_(resolved), zLo_(zLo), zScale_(zHi > zLo ? 1.0 / (zHi - zLo) : 0.0)
+{
+}
+
+Rgb PointColouring::operator()(const GspcPoint& p, Tone tone) const
+{
+    Rgb c;
+    switch (mode_) {
+    case ColourMode::Height: c = HeightRamp((p.z - zLo_) * zScale_); break;
+    case ColourMode::Grey: c = {150, 150, 150}; break;
+    default: c = {p.r, p.g, p.b}; break;
+    }
+    switch (tone) {
+    case Tone::Cut:   // nearly black, a trace of the colour left
+        return {static_cast<unsigned char>(c.r / 5), static_cast<unsigned char>(c.g / 5),
+                static_cast<unsigned char>(c.b / 5)};
+    case Tone::Beyond:  // 60 % of the way to white, which also quietens colour noise
+        return {static_cast<unsigned char>(255 - (255 - c.r) * 2 / 5), static_cast<unsigned char>(255 - (255 - c.g) * 2 / 5),
+                static_cast<unsigned char>(255 - (255 - c.b) * 2 / 5)};
+    default:
+        return c;
+    }
+}
+
+}  // namespace preview
