@@ -1,6 +1,7 @@
 #pragma once
 // The pixels of one panel while points are drawn into it: colour and depth
 // per pixel, squares of `pointSize` pixels per point, the nearest point wins.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -51,6 +52,66 @@ private:
         rgb[px * 3 + 1] = c.g;
         rgb[px * 3 + 2] = c.b;
     }
+};
+
+// Points bound for one raster, gathered and drawn in bands of 16 rows: points
+// that arrive in no spatial order (as in the synthetic scans) would otherwise
+// hit a different part of a picture several megabytes large each time, and
+// the drawing would wait on memory. Same pixels as splatting them in order:
+// within a band the order of arrival is kept.
+class SplatQueue {
+public:
+    SplatQueue(PanelRaster& raster, int pointSize)
+        : raster_(raster), size_(pointSize), bands_((raster.height >> kBandShift) + 1)
+    {
+        pending_.reserve(kCapacity);
+        sorted_.resize(kCapacity);
+        starts_.resize(size_t(bands_) + 1);
+    }
+
+    void Add(double sx, double sy, float depth, Rgb c)
+    {
+        // Squares reach at most size / 2 pixels beyond their centre.
+        if (!(sx > -size_ && sy > -size_ && sx < raster_.width + size_ && sy < raster_.height + size_))
+            return;
+        pending_.push_back({float(sx), float(sy), depth, c});
+        if (pending_.size() == kCapacity)
+            Flush();
+    }
+
+    void Flush()
+    {
+        std::fill(starts_.begin(), starts_.end(), 0);
+        for (const Pending& p : pending_)
+            ++starts_[size_t(Band(p.sy)) + 1];
+        for (size_t b = 1; b < starts_.size(); ++b)
+            starts_[b] += starts_[b - 1];
+        for (const Pending& p : pending_)
+            sorted_[starts_[size_t(Band(p.sy))]++] = p;
+        for (size_t i = 0; i < pending_.size(); ++i)
+            raster_.Splat(sorted_[i].sx, sorted_[i].sy, sorted_[i].depth, sorted_[i].colour, size_);
+        pending_.clear();
+    }
+
+private:
+    struct Pending {
+        float sx, sy, depth;
+        Rgb colour;
+    };
+    static constexpr size_t kCapacity = 262144;
+    static constexpr int kBandShift = 4;
+
+    int Band(float sy) const
+    {
+        const int b = sy <= 0 ? 0 : int(sy) >> kBandShift;
+        return b < bands_ ? b : bands_ - 1;
+    }
+
+    PanelRaster& raster_;
+    int size_;
+    int bands_;
+    std::vector<Pending> pending_, sorted_;
+    std::vector<size_t> starts_;
 };
 
 }  // namespace preview

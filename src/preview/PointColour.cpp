@@ -28,24 +28,4 @@ PointColouring::PointColouring(ColourMode resolved, double zLo, double zHi)
 {
 }
 
-Rgb PointColouring::operator()(const GspcPoint& p, Tone tone) const
-{
-    Rgb c;
-    switch (mode_) {
-    case ColourMode::Height: c = HeightRamp((p.z - zLo_) * zScale_); break;
-    case ColourMode::Grey: c = {150, 150, 150}; break;
-    default: c = {p.r, p.g, p.b}; break;
-    }
-    switch (tone) {
-    case Tone::Cut:   // nearly black, a trace of the colour left
-        return {static_cast<unsigned char>(c.r / 5), static_cast<unsigned char>(c.g / 5),
-                static_cast<unsigned char>(c.b / 5)};
-    case Tone::Beyond:  // 60 % of the way to white, which also quietens colour noise
-        return {static_cast<unsigned char>(255 - (255 - c.r) * 2 / 5), static_cast<unsigned char>(255 - (255 - c.g) * 2 / 5),
-                static_cast<unsigned char>(255 - (255 - c.b) * 2 / 5)};
-    default:
-        return c;
-    }
-}
-
 }  // namespace preview

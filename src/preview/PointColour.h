@@ -34,9 +34,28 @@ class PointColouring {
 public:
     // `zLo`..`zHi`: the heights the ramp spans.
     PointColouring(ColourMode resolved, double zLo, double zHi);
-    Rgb operator()(const GspcPoint& p, Tone tone) const;
+    Rgb operator()(const GspcPoint& p, Tone tone) const
+    {
+        Rgb c;
+        switch (mode_) {
+        case ColourMode::Height: c = HeightRamp((p.z - zLo_) * zScale_); break;
+        case ColourMode::Grey: c = {150, 150, 150}; break;
+        default: c = {p.r, p.g, p.b}; break;
+        }
+        switch (tone) {
+        case Tone::Cut:   // nearly black, a trace of the colour left
+            return {static_cast<unsigned char>(c.r / 5), static_cast<unsigned char>(c.g / 5),
+                    static_cast<unsigned char>(c.b / 5)};
+        case Tone::Beyond:  // 60 % of the way to white, which also quietens colour noise
+            return {Lighter(c.r), Lighter(c.g), Lighter(c.b)};
+        default:
+            return c;
+        }
+    }
 
 private:
+    static unsigned char Lighter(unsigned char v) { return static_cast<unsigned char>(255 - (255 - v) * 2 / 5); }
+
     ColourMode mode_;
     double zLo_, zScale_;
 };

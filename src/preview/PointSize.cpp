@@ -15,7 +15,7 @@ PointDensity::PointDensity(const ViewCamera& camera, int axis, bool nearerIsHigh
     counts_.assign(size_t(cellsX_) * cellsY_ * kBins, 0);
 }
 
-int PointDensity::PointSizeFor(const Slab& slab) const
+int PointDensity::PointSizeFor(const Slab& slab, uint64_t sampleStride) const
 {
     int firstBin = 0, lastBin = kBins - 1;
     if (slab.axis == axis_ && binScale_ > 0) {
@@ -39,7 +39,7 @@ int PointDensity::PointSizeFor(const Slab& slab) const
     if (perCell.empty())
         return 1;
     std::nth_element(perCell.begin(), perCell.begin() + perCell.size() / 2, perCell.end());
-    const double median = double(perCell[perCell.size() / 2]);
+    const double median = double(perCell[perCell.size() / 2]) * double(sampleStride);
     const double areaPerPoint = double(kCell * kCell) / median;
     const int size = int(std::ceil(std::sqrt(4.0 * areaPerPoint)));
     return std::clamp(size, 1, kLargestPointSize);

@@ -35,8 +35,9 @@ public:
         ++counts_[(size_t(cy) * cellsX_ + size_t(cx)) * kBins + size_t(bin)];
     }
 
-    // The point size for the points whose coordinate lies in the slab's kept range.
-    int PointSizeFor(const Slab& slab) const;
+    // The point size for the points whose coordinate lies in the slab's kept
+    // range, when every `sampleStride`-th point was counted.
+    int PointSizeFor(const Slab& slab, uint64_t sampleStride = 1) const;
 
 private:
     int axis_;

@@ -19,6 +19,7 @@ namespace preview {
 namespace {
 
 constexpr int kCaptionStrip = 19;   // font height plus padding
+constexpr uint64_t kSampledPoints = 4000000;
 
 struct Cell {
     View view;
@@ -72,6 +73,7 @@ struct Panel {
     PointDensity density;
     std::unique_ptr<PanelRaster> raster;
     std::unique_ptr<PointColouring> colouring;
+    std::unique_ptr<SplatQueue> queue;
 };
 
 }  // namespace
@@ -104,6 +106,7 @@ Preview RenderPreview(const std::string& path, const Settings& s)
     Preview out;
     std::vector<Panel> panels;
     Bounds bounds;
+    uint64_t stride = 1;
     {
         GspcReader reader(path);
         out.pointCount = reader.PointCount();
@@ -114,15 +117,22 @@ Preview RenderPreview(const std::string& path, const Settings& s)
             bool nearerIsHigher = false;
             const int axis = DensityAxis(c.view, s.axis, nearerIsHigher);
             PointDensity density(camera, axis, nearerIsHigher, bounds);
-            panels.push_back(Panel{c, PanelInfo{}, camera, std::move(density), nullptr, nullptr});
+            panels.push_back(Panel{c, PanelInfo{}, camera, std::move(density), nullptr, nullptr, nullptr});
         }
 
-        // First pass: heights, colours, density.
+        // First pass: heights, colours, density. Heights and density are
+        // statistics, so a sample of about four million points is enough.
         HeightHistogram heights(bounds.lo[2], bounds.hi[2]);
         bool everyPointGrey = true;
-        ForEachPoint(reader, [&](const GspcPoint& p) {
+        stride = std::max<uint64_t>(1, out.pointCount / kSampledPoints);
+        uint64_t index = 0;
+        auto sampled = [&](const unsigned char* record) {
+            everyPointGrey = everyPointGrey && record[12] == kFallbackGrey && record[13] == kFallbackGrey &&
+                             record[14] == kFallbackGrey;
+            return index++ % stride == 0;
+        };
+        ForEachPoint(reader, sampled, [&](const GspcPoint& p) {
             heights.Add(p.z);
-            everyPointGrey = everyPointGrey && IsFallbackGrey(p);
             const double coordinate[3] = {p.x, p.y, p.z};
             for (Panel& panel : panels) {
                 double sx, sy, d;
@@ -157,7 +167,8 @@ Preview RenderPreview(const std::string& path, const Settings& s)
         info.width = camera.Width();
         info.height = camera.Height();
         info.pixelsPerMetre = camera.PixelsPerMetre();
-        info.pointSize = panel.density.PointSizeFor(camera.slab);
+        info.pointSize = panel.density.PointSizeFor(camera.slab, stride);
+        panel.queue = std::make_unique<SplatQueue>(*panel.raster, info.pointSize);
     }
 
     // Second pass: draw.
@@ -176,9 +187,11 @@ Preview RenderPreview(const std::string& path, const Settings& s)
                 }
                 double sx, sy, d;
                 panel.camera.Project(p.x, p.y, p.z, sx, sy, d);
-                panel.raster->Splat(sx, sy, float(d), (*panel.colouring)(p, tone), panel.info.pointSize);
+                panel.queue->Add(sx, sy, float(d), (*panel.colouring)(p, tone));
             }
         });
+        for (Panel& panel : panels)
+            panel.queue->Flush();
     }
 
     // Shading, then the panels and their lettering onto the picture.
@@ -203,6 +216,7 @@ Preview RenderPreview(const std::string& path, const Settings& s)
             info.scaleBarMetres = ScaleBarMetres(info.pixelsPerMetre, info.width * 0.25);
             DrawScaleBar(pic, info.x + 10, info.y + info.height - 8, info.scaleBarMetres, info.pixelsPerMetre);
         }
+        panel.queue.reset();
         panel.raster.reset();
     }
     if (s.view == View::Sheet) {
