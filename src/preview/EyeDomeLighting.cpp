@@ -5,12 +5,13 @@
 
 namespace preview {
 
-void ApplyEyeDomeLighting(PanelRaster& r, double metresPerPixel, double strength)
+void ApplyEyeDomeLighting(PanelRaster& r, double metresPerPixel, int pointSize, double strength)
 {
     constexpr double kDarkest = 0.45;
     // Eight neighbours at a distance of two pixels.
     static const int kOffsets[8][2] = {{2, 0}, {-2, 0}, {0, 2}, {0, -2}, {1, 1}, {1, -1}, {-1, 1}, {-1, -1}};
     const double perMetre = metresPerPixel > 0 ? 1.0 / metresPerPixel : 1.0;
+    const double surface = std::max(2.0, double(pointSize));
     std::vector<float> shade(r.depth.size(), 1.0f);
     for (int y = 0; y < r.height; ++y) {
         for (int x = 0; x < r.width; ++x) {
@@ -26,9 +27,8 @@ void ApplyEyeDomeLighting(PanelRaster& r, double metresPerPixel, double strength
                 const float n = r.depth[size_t(ny) * r.width + size_t(nx)];
                 // A neighbour nearer to the viewer shades this pixel, by the
                 // logarithm of the step in pixels so that a large step does
-                // not swallow everything. Steps of up to two pixels (a surface
-                // sloping by less than 45 degrees) leave it alone.
-                const double step = (double(n) - d) * perMetre - 2.0;
+                // not swallow everything.
+                const double step = (double(n) - d) * perMetre - surface;
                 if (n != kNoDepth && step > 0)
                     response += std::log1p(step);
             }

@@ -6,8 +6,10 @@
 
 namespace preview {
 
-// `metresPerPixel` turns depth steps into the slope units the shading uses;
+// `metresPerPixel` turns depth steps into pixels. Steps of up to two pixels,
+// or up to `pointSize` pixels (squares of that size on a sloping surface
+// meet with such steps), are surface, not edges, and leave a pixel alone;
 // `strength` 0 leaves the picture as it is.
-void ApplyEyeDomeLighting(PanelRaster& raster, double metresPerPixel, double strength = 1.0);
+void ApplyEyeDomeLighting(PanelRaster& raster, double metresPerPixel, int pointSize = 1, double strength = 1.0);
 
 }  // namespace preview

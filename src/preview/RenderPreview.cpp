@@ -201,8 +201,8 @@ Preview RenderPreview(const std::string& path, const Settings& s)
     pic.rgb.assign(size_t(s.width) * s.height * 3, 255);
     for (Panel& panel : panels) {
         PanelRaster& r = *panel.raster;
-        ApplyEyeDomeLighting(r, 1.0 / panel.camera.PixelsPerMetre());
-        for (int y = 0; y < r.height; ++y)
+        ApplyEyeDomeLighting(r, 1.0 / panel.camera.PixelsPerMetre(), panel.info.pointSize);
+        for (int y = 0; y < r.height && r.width > 0; ++y)
             std::copy_n(&r.rgb[size_t(y) * r.width * 3], size_t(r.width) * 3,
                         &pic.rgb[(size_t(panel.cell.y + y) * pic.width + size_t(panel.cell.x)) * 3]);
         PanelInfo& info = panel.info;
