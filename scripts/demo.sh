@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The main job on the default sample: synthesise a building scan, import it at
-# 25 % (point file + library part), and render a preview of the point file.
+# 25 % (point file + library part), and render the floor plan of the point file
+# (and a sheet of plan, section, front and iso beside it).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
@@ -12,9 +13,11 @@ out=out/demo
 rm -rf "$out" && mkdir -p "$out"
 "$bin" synth "$out/Musterhaus.e57" --points 2000000 --scans 4 --seed 1
 "$bin" import "$out/Musterhaus.e57" --density 25 --converter "$converter"
-"$bin" preview "$out/Musterhaus/Musterhaus_data.gspc" -o "$out/Musterhaus.png" --view iso
+"$bin" preview "$out/Musterhaus/Musterhaus_data.gspc" -o "$out/Musterhaus.png" --view plan
+"$bin" preview "$out/Musterhaus/Musterhaus_data.gspc" -o "$out/Musterhaus_sheet.png" --view sheet
 echo
 echo "Sample scan:    $out/Musterhaus.e57"
 echo "Point file:     $out/Musterhaus/Musterhaus_data.gspc"
 echo "Library part:   $out/Musterhaus/Musterhaus.gsm (made by the stand-in converter)"
-echo "Preview:        $out/Musterhaus.png"
+echo "Floor plan:     $out/Musterhaus.png (cut 1.1 m above the floor)"
+echo "Sheet:          $out/Musterhaus_sheet.png (plan, section, front, iso)"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what the project needs to build and test on Debian.
-# macOS (Homebrew) equivalents: brew install cmake ninja pugixml googletest google-benchmark cli11 libpng nlohmann-json openssl llvm
+# macOS (Homebrew) equivalents: brew install cmake ninja pugixml googletest google-benchmark cli11 libpng nlohmann-json openssl llvm gd
 #   --aarch64  also the arm64 cross build of scripts/test-aarch64.sh: Debian's
 #              aarch64 cross compiler, qemu-user and the :arm64 -dev packages
 #              (no Homebrew equivalent; that check runs on Debian only)
@@ -9,14 +9,14 @@
 set -euo pipefail
 pkgs=(cmake ninja-build g++ clang libclang-rt-14-dev pkg-config ccache file
       libpugixml-dev libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
-      libpng-dev nlohmann-json3-dev libssl-dev)
+      libpng-dev libgd-dev nlohmann-json3-dev libssl-dev)
 cross=0
 for arg in "$@"; do
   case "$arg" in
     --aarch64)
       cross=1
       pkgs+=(g++-aarch64-linux-gnu qemu-user
-             libpugixml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64 libpng-dev:arm64 libssl-dev:arm64) ;;
+             libpugixml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64 libpng-dev:arm64 libgd-dev:arm64 libssl-dev:arm64) ;;
     --package)
       pkgs+=(dpkg-dev) ;;
     *) echo "setup.sh: unknown option $arg" >&2; exit 2 ;;

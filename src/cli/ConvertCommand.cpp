@@ -1,5 +1,6 @@
 // punktwolke convert: one E57 file into a point file, as the import does it.
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -7,6 +8,8 @@
 
 #include "cli/CliSupport.h"
 #include "cli/Commands.h"
+#include "cli/CoordinateRange.h"
+#include "cli/ResultJson.h"
 #include "cli/TerminalProgress.h"
 #include "e57/Reader.h"
 #include "import/ConvertE57ToGspc.h"
@@ -20,6 +23,7 @@ struct ConvertOptions {
     std::string output;
     int density = 10;
     int threads = parallel::DefaultThreadCount();
+    bool json = false;
 };
 
 bool SameFile(const std::string& a, const std::string& b)
@@ -37,6 +41,7 @@ int RunConvert(const ConvertOptions& opt)
         return 1;
     }
 
+    const auto started = std::chrono::steady_clock::now();
     TerminalProgress progress(TerminalProgress::StderrIsTerminal());
     SigintCancel sigint;
     bool windowOpen = false;
@@ -72,6 +77,21 @@ int RunConvert(const ConvertOptions& opt)
             PrintFailure("E57-Konvertierung fehlgeschlagen.", "could not write all of " + output);
             return 1;
         }
+        ConversionFigures figures;
+        figures.totalPoints = result.totalPoints;
+        figures.keptPoints = result.keptPoints;
+        figures.density = opt.density;
+        figures.offset[0] = result.offsetX, figures.offset[1] = result.offsetY, figures.offset[2] = result.offsetZ;
+        figures.size[0] = result.sizeX, figures.size[1] = result.sizeY, figures.size[2] = result.sizeZ;
+        figures.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+        WarnIfFarFromOrigin(LargestCoordinate(figures));
+        if (opt.json) {
+            nlohmann::json doc = FiguresJson(figures);
+            doc["input"] = opt.input;
+            doc["filesWritten"] = {output};
+            PrintJson(doc);
+            return 0;
+        }
         std::printf("total points: %lld\n", static_cast<long long>(result.totalPoints));
         std::printf("kept points: %lld\n", static_cast<long long>(result.keptPoints));
         std::printf("density: %d%% (every %d. point)\n", opt.density, DensityStep(opt.density));
@@ -102,5 +122,6 @@ void AddConvertCommand(CLI::App& app, int& exitStatus)
     cmd->add_option("--threads", opt->threads, "Threads to convert with (1: exactly the add-on's conversion)")
         ->check(CLI::Range(1, 256))
         ->capture_default_str();
+    cmd->add_flag("--json", opt->json, "Write the result as one JSON document instead of text");
     cmd->callback([opt, &exitStatus] { exitStatus = RunConvert(*opt); });
 }

@@ -1,18 +1,23 @@
 // punktwolke import: the add-on's import command without the host. The very
 // same command runs, bound to the terminal instead of the host: the E57 file
 // from the command line, a folder beside it with the point file and the
-// library part, the report lines on stdout and stderr.
+// library part, the report lines on stdout and stderr. Several files are
+// imported in turn with the same options, one summary line each.
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "cli/CliSupport.h"
 #include "cli/Commands.h"
+#include "cli/CoordinateRange.h"
+#include "cli/ResultJson.h"
 #include "cli/TerminalHost.h"
 #include "cli/TerminalProgress.h"
 #include "import/DoImport.h"
@@ -26,12 +31,13 @@ namespace fs = std::filesystem;
 namespace {
 
 struct ImportOptions {
-    std::string file;
+    std::vector<std::string> files;
     int density = 10;
     std::string converter;
     bool xmlOnly = false;
     std::string logPath;
     int threads = parallel::DefaultThreadCount();
+    bool json = false;
 };
 
 // The import's conversion step on the threads asked for.
@@ -64,6 +70,39 @@ bool WriteXmlIntoFolder(const char* gspcFileName, const char* partName, const ch
                     e57Path, totalPoints, reducedPoints);
     const bool written = std::ferror(file) == 0;
     return std::fclose(file) == 0 && written;
+}
+
+// The figures the library part step is given, recorded on their way to it
+// (the step is a plain function pointer, so they pass through this variable).
+ConversionFigures recordedFigures;
+
+void Record(float sizeX, float sizeY, float sizeZ, float offsetX, float offsetY, float offsetZ, int densityPercent,
+            long long totalPoints, long long reducedPoints)
+{
+    recordedFigures = ConversionFigures();
+    recordedFigures.totalPoints = totalPoints;
+    recordedFigures.keptPoints = reducedPoints;
+    recordedFigures.density = densityPercent;
+    recordedFigures.offset[0] = offsetX, recordedFigures.offset[1] = offsetY, recordedFigures.offset[2] = offsetZ;
+    recordedFigures.size[0] = sizeX, recordedFigures.size[1] = sizeY, recordedFigures.size[2] = sizeZ;
+}
+
+bool RecordThenCompile(const char* gspcFileName, const char* partName, const char* outputFolder, float sizeX,
+                       float sizeY, float sizeZ, float offsetX, float offsetY, float offsetZ, int densityPercent,
+                       const char* e57Path, long long totalPoints, long long reducedPoints)
+{
+    Record(sizeX, sizeY, sizeZ, offsetX, offsetY, offsetZ, densityPercent, totalPoints, reducedPoints);
+    return WriteGsmViaXml(gspcFileName, partName, outputFolder, sizeX, sizeY, sizeZ, offsetX, offsetY, offsetZ,
+                          densityPercent, e57Path, totalPoints, reducedPoints);
+}
+
+bool RecordThenWriteXml(const char* gspcFileName, const char* partName, const char* outputFolder, float sizeX,
+                        float sizeY, float sizeZ, float offsetX, float offsetY, float offsetZ, int densityPercent,
+                        const char* e57Path, long long totalPoints, long long reducedPoints)
+{
+    Record(sizeX, sizeY, sizeZ, offsetX, offsetY, offsetZ, densityPercent, totalPoints, reducedPoints);
+    return WriteXmlIntoFolder(gspcFileName, partName, outputFolder, sizeX, sizeY, sizeZ, offsetX, offsetY, offsetZ,
+                              densityPercent, e57Path, totalPoints, reducedPoints);
 }
 
 bool IsExecutableFile(const std::string& path)
@@ -128,56 +167,125 @@ private:
     bool temporary_ = false;
 };
 
-int RunImport(const ImportOptions& options)
+struct ImportOutcome {
+    bool ok = false;
+    bool cancelled = false;
+    std::string error;        // the failure's message
+    std::string pointFile, libraryPart;
+    ConversionFigures figures;
+};
+
+// One file through the add-on's import. `single`: a lone file without
+// --json, which prints the add-on's report lines and the paths as they come.
+// `pendingNote` (the missing converter) is printed before the first import that starts.
+ImportOutcome ImportOne(const std::string& file, const ImportOptions& options, bool xmlOnly, bool single,
+                        const std::string& hostConverter, std::string& pendingNote)
 {
+    ImportOutcome outcome;
+    const auto started = std::chrono::steady_clock::now();
     std::error_code ec;
-    const fs::path e57File = fs::absolute(options.file, ec).lexically_normal();
+    const fs::path e57File = fs::absolute(file, ec).lexically_normal();
     // Checked before the import so that no output folder is made beside a path
     // that is missing, a folder or a FIFO.
     if (ec || !fs::is_regular_file(e57File, ec)) {
-        PrintFailure("E57-Datei konnte nicht geöffnet werden.", options.file + ": " + WhyNotReadable(options.file));
-        return 1;
+        outcome.error = "E57-Datei konnte nicht geöffnet werden. (" + file + ": " + WhyNotReadable(file) + ")";
+        std::fprintf(stderr, "%s\n", outcome.error.c_str());
+        return outcome;
+    }
+    if (!pendingNote.empty()) {
+        std::fprintf(stderr, "%s\n", pendingNote.c_str());
+        pendingNote.clear();
     }
 
+    const RunLog log(options.logPath);
+    std::string baseName;
+    {
+        TerminalHost terminal(e57File, TerminalProgress::StderrIsTerminal(), single);
+        SigintCancel cancelOnCtrlC;
+        recordedFigures = ConversionFigures();
+        g_threads = options.threads;
+        g_e57Path = e57File.string();
+        baseName = DoImport(terminal.Services(), options.density, xmlOnly ? RecordThenWriteXml : RecordThenCompile,
+                            ConvertOnThreads);
+        if (baseName.empty()) {
+            outcome.cancelled = terminal.AlertCount() == 0;
+            outcome.error = outcome.cancelled ? "Import abgebrochen." : terminal.LastAlert();
+        }
+    }
+    if (baseName.empty()) {
+        log.PrintDetails();
+        return outcome;
+    }
+    outcome.ok = true;
+    outcome.figures = recordedFigures;
+    outcome.figures.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+
+    const fs::path folder = e57File.parent_path() / baseName;
+    const std::string gsm = (folder / (baseName + ".gsm")).string();
+    const std::string xml = (folder / (baseName + ".xml")).string();
+    outcome.pointFile = (folder / (baseName + "_data.gspc")).string();
+    outcome.libraryPart = xmlOnly ? xml : gsm;
+    WarnIfFarFromOrigin(LargestCoordinate(outcome.figures));
+    if (single) {
+        std::printf("point file: %s\n", outcome.pointFile.c_str());
+        if (xmlOnly) {
+            std::printf("library part XML: %s\n", xml.c_str());
+            std::printf("compile it with: \"%s\" xml2libpart \"%s\" \"%s\"\n", hostConverter.c_str(), xml.c_str(),
+                        gsm.c_str());
+        } else {
+            std::printf("library part: %s\n", gsm.c_str());
+        }
+    }
+    return outcome;
+}
+
+int RunImport(const ImportOptions& options)
+{
     // The converter's install path of the add-on, for the hint after an XML-only import.
     static const std::string hostConverter = LP_XMLCONVERTER;
     static std::string converter;
     converter = options.converter.empty() ? hostConverter : options.converter;
     bool xmlOnly = options.xmlOnly;
+    std::string note;
     if (!xmlOnly && !IsExecutableFile(converter)) {
-        std::fprintf(stderr, "punktwolke: no LP_XMLConverter at %s; writing the library part as XML instead\n",
-                     converter.c_str());
+        note = "punktwolke: no LP_XMLConverter at " + converter + "; writing the library part as XML instead";
         xmlOnly = true;
     }
     LP_XMLCONVERTER = converter.c_str();
 
-    const RunLog log(options.logPath);
-    std::string baseName;
-    {
-        TerminalHost terminal(e57File, TerminalProgress::StderrIsTerminal());
-        SigintCancel cancelOnCtrlC;
-        g_threads = options.threads;
-        g_e57Path = e57File.string();
-        baseName = DoImport(terminal.Services(), options.density, xmlOnly ? WriteXmlIntoFolder : WriteGsmViaXml,
-                            ConvertOnThreads);
+    const bool single = options.files.size() == 1 && !options.json;
+    nlohmann::json files = nlohmann::json::array();
+    int failed = 0;
+    for (const std::string& file : options.files) {
+        const ImportOutcome o = ImportOne(file, options, xmlOnly, single, hostConverter, note);
+        failed += o.ok ? 0 : 1;
+        if (options.json) {
+            nlohmann::json j = o.ok ? FiguresJson(o.figures) : nlohmann::json::object();
+            j["file"] = file;
+            j["ok"] = o.ok;
+            if (o.ok) {
+                j["pointFile"] = o.pointFile;
+                j["libraryPart"] = o.libraryPart;
+                j["filesWritten"] = {o.pointFile, o.libraryPart};
+            } else {
+                j["error"] = o.error;
+            }
+            files.push_back(j);
+        } else if (!single) {
+            if (o.ok)
+                std::printf("%s: %lld of %lld points (%d%%) -> %s\n", file.c_str(), static_cast<long long>(o.figures.keptPoints),
+                            static_cast<long long>(o.figures.totalPoints), options.density, o.libraryPart.c_str());
+            else
+                std::printf("%s: failed: %s\n", file.c_str(), o.error.c_str());
+            std::fflush(stdout);
+        }
+        if (o.cancelled)
+            break;   // Ctrl-C ends the whole batch
     }
-    if (baseName.empty()) {
-        log.PrintDetails();
-        return 1;
-    }
-
-    const fs::path folder = e57File.parent_path() / baseName;
-    const std::string gsm = (folder / (baseName + ".gsm")).string();
-    std::printf("point file: %s\n", (folder / (baseName + "_data.gspc")).string().c_str());
-    if (xmlOnly) {
-        const std::string xml = (folder / (baseName + ".xml")).string();
-        std::printf("library part XML: %s\n", xml.c_str());
-        std::printf("compile it with: \"%s\" xml2libpart \"%s\" \"%s\"\n", hostConverter.c_str(), xml.c_str(),
-                    gsm.c_str());
-    } else {
-        std::printf("library part: %s\n", gsm.c_str());
-    }
-    return 0;
+    if (options.json)
+        PrintJson({{"density", options.density}, {"files", files}, {"imported", int(files.size()) - failed},
+                   {"failed", failed}});
+    return failed == 0 ? 0 : 1;
 }
 
 }  // namespace
@@ -187,7 +295,7 @@ void AddImportCommand(CLI::App& app, int& exitStatus)
     auto options = std::make_shared<ImportOptions>();
     auto* cmd = app.add_subcommand(
         "import", "Import an E57 file as the add-on does: a folder beside it with the point file and the library part");
-    cmd->add_option("file", options->file, "E57 file to import")->required();
+    cmd->add_option("files", options->files, "E57 files to import, each in turn with the same options")->required();
     cmd->add_option("-d,--density", options->density, "Percent of points to keep, 1..100")
         ->check(CLI::Range(1, 100))
         ->capture_default_str();
@@ -198,5 +306,6 @@ void AddImportCommand(CLI::App& app, int& exitStatus)
     cmd->add_option("--threads", options->threads, "Threads to convert with (1: exactly the add-on's conversion)")
         ->check(CLI::Range(1, 256))
         ->capture_default_str();
+    cmd->add_flag("--json", options->json, "Write the results as one JSON document instead of text");
     cmd->callback([options, &exitStatus] { exitStatus = RunImport(*options); });
 }

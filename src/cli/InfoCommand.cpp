@@ -1,4 +1,5 @@
 // punktwolke info: what an E57 file holds, scan by scan.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -7,6 +8,7 @@
 
 #include "cli/CliSupport.h"
 #include "cli/Commands.h"
+#include "cli/CoordinateRange.h"
 #include "e57/Reader.h"
 
 namespace {
@@ -159,6 +161,7 @@ int RunInfo(const InfoOptions& opt)
             else
                 std::printf("checksums: %llu bad pages\n", static_cast<unsigned long long>(badPages));
         }
+        double largestCoordinate = 0;
         for (int64_t i = 0; i < scanCount; ++i) {
             e57::Data3D scan;
             if (!reader.ReadData3D(i, scan)) {
@@ -170,8 +173,10 @@ int RunInfo(const InfoOptions& opt)
                 doc["scans"].push_back(ScanJson(i, scan));
             else
                 PrintScan(i, scan);
+            largestCoordinate = std::max(largestCoordinate, LargestPosedCoordinate(scan));
         }
         reader.Close();
+        WarnIfFarFromOrigin(largestCoordinate);
         if (opt.json) {
             // Texts from the file need not be valid UTF-8: replace what is not.
             const std::string text = doc.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);

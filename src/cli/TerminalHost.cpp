@@ -49,14 +49,19 @@ class TerminalReport : public host::ReportWindow {
 public:
     void WriteReport(const std::string& text, bool withAlert) override
     {
-        std::FILE* stream = withAlert ? stderr : stdout;
-        std::fprintf(stream, "%s\n", text.c_str());
-        std::fflush(stream);
+        if (withAlert || printReports) {
+            std::FILE* stream = withAlert ? stderr : stdout;
+            std::fprintf(stream, "%s\n", text.c_str());
+            std::fflush(stream);
+        }
         if (withAlert) {
             ++alerts;
+            lastAlert = text;
         }
     }
+    bool printReports = true;
     int alerts = 0;
+    std::string lastAlert;
 };
 
 // A project without libraries: the list is empty and setting it changes nothing.
@@ -150,13 +155,14 @@ struct TerminalHost::Parts {
     OneStory stories;
 };
 
-TerminalHost::TerminalHost(std::filesystem::path chosenFile, bool drawProgress)
+TerminalHost::TerminalHost(std::filesystem::path chosenFile, bool drawProgress, bool printReports)
     : parts_(std::make_unique<Parts>(std::move(chosenFile), drawProgress)),
       host_(std::make_unique<host::Host>(host::Host{parts_->registration, parts_->dialog, parts_->alert,
                                                     parts_->report, parts_->progress, parts_->libraries,
                                                     parts_->libParts, parts_->elements, parts_->undo,
                                                     parts_->stories}))
 {
+    parts_->report.printReports = printReports;
 }
 
 TerminalHost::~TerminalHost() = default;
@@ -164,4 +170,9 @@ TerminalHost::~TerminalHost() = default;
 int TerminalHost::AlertCount() const
 {
     return parts_->report.alerts;
+}
+
+const std::string& TerminalHost::LastAlert() const
+{
+    return parts_->report.lastAlert;
 }

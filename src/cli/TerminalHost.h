@@ -6,14 +6,18 @@
 // the project behind it is empty (no libraries, parts, elements or stories).
 #include <filesystem>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "cli/TerminalProgress.h"
 #include "host/Host.h"
 
 class TerminalHost {
 public:
-    // `drawProgress`: whether to draw the progress bar (normally: stderr is a terminal).
-    TerminalHost(std::filesystem::path chosenFile, bool drawProgress);
+    // `drawProgress`: whether to draw the progress bar (normally: stderr is a
+    // terminal). `printReports` false keeps the report lines that are not
+    // alerts off stdout (batches and JSON print their own summary).
+    TerminalHost(std::filesystem::path chosenFile, bool drawProgress, bool printReports = true);
     ~TerminalHost();
     TerminalHost(const TerminalHost&) = delete;
     TerminalHost& operator=(const TerminalHost&) = delete;
@@ -22,6 +26,8 @@ public:
 
     // Number of report lines written with an alert so far.
     int AlertCount() const;
+    // The text of the last report line written with an alert ("" if none).
+    const std::string& LastAlert() const;
 
 private:
     struct Parts;

@@ -58,18 +58,6 @@ GspcHeader ParseGspcHeader(const unsigned char* bytes, size_t available, uint64_
     return h;
 }
 
-GspcPoint DecodeGspcRecord(const unsigned char* record)
-{
-    GspcPoint p;
-    p.x = GetF32(record);
-    p.y = GetF32(record + 4);
-    p.z = GetF32(record + 8);
-    p.r = record[12];
-    p.g = record[13];
-    p.b = record[14];
-    return p;
-}
-
 GspcReader::GspcReader(const std::string& path)
 {
     // Opened without blocking and checked before use: a FIFO or a device
@@ -106,16 +94,22 @@ GspcReader::~GspcReader()
         std::fclose(file_);
 }
 
-size_t GspcReader::Read(GspcPoint* out, size_t maxPoints)
+size_t GspcReader::ReadRecords(unsigned char* out, size_t maxPoints)
 {
     const size_t want = static_cast<size_t>(std::min<uint64_t>(pointsLeft_, maxPoints));
     if (want == 0)
         return 0;
-    chunk_.resize(want * kGspcRecordSize);
-    if (std::fread(chunk_.data(), 1, chunk_.size(), file_) != chunk_.size())
+    if (std::fread(out, 1, want * kGspcRecordSize, file_) != want * kGspcRecordSize)
         throw GspcFormatError("the point file ended early (changed while being read?)");
-    for (size_t i = 0; i < want; ++i)
-        out[i] = DecodeGspcRecord(chunk_.data() + i * kGspcRecordSize);
     pointsLeft_ -= want;
     return want;
+}
+
+size_t GspcReader::Read(GspcPoint* out, size_t maxPoints)
+{
+    chunk_.resize(static_cast<size_t>(std::min<uint64_t>(pointsLeft_, maxPoints)) * kGspcRecordSize);
+    const size_t got = ReadRecords(chunk_.data(), maxPoints);
+    for (size_t i = 0; i < got; ++i)
+        out[i] = DecodeGspcRecord(chunk_.data() + i * kGspcRecordSize);
+    return got;
 }

@@ -128,6 +128,7 @@ std::vector<Rect> Building()
     static const double kWood[3] = {0.60, 0.42, 0.25};
     static const double kBlue[3] = {0.20, 0.35, 0.70};
     static const double kRed[3] = {0.75, 0.20, 0.18};
+    static const double kSheet[3] = {0.90, 0.88, 0.70};
     AddRect(r, {0, 0, 0}, {kLength, 0, 0}, {0, kWidth, 0}, kFloor, 0.5);
     AddRect(r, {0, 0, kHeight}, {kLength, 0, 0}, {0, kWidth, 0}, kCeiling, 0.9);
     const Opening door = {0, 0, 0, 2.1};
@@ -135,12 +136,19 @@ std::vector<Rect> Building()
     AddWall(r, 0, kWidth, kLength, kWidth, {{2, 4, 1, 2.2}, {8, 10, 1, 2.2}, {12, 14, 1, 2.2}});
     AddWall(r, 0, 0, 0, kWidth, {{4, 5, 0, 2.1}});
     AddWall(r, kLength, 0, kLength, kWidth, {{3, 6, 0.9, 2.3}});
-    AddWall(r, 9, 6, 9, kWidth, {{1, 2, 0, 2.1}});  // interior wall with a door
+    AddWall(r, 9, 6, 9, kWidth, {{1, 2, 0, 2.1}});  // interior walls with doors: a room in the north-east
+    AddWall(r, 9, 6, kLength, 6, {{2.5, 3.5, 0, 2.1}});
     AddBox(r, 3.8, 4.8, 4.2, 5.2, kHeight, kConcrete, 0.6, false);   // columns
     AddBox(r, 11.8, 4.8, 12.2, 5.2, kHeight, kConcrete, 0.6, false);
-    AddBox(r, 2.0, 7.0, 3.6, 7.8, 0.75, kWood, 0.5, true);           // table
+    AddBox(r, 2.0, 7.0, 3.6, 7.8, 0.75, kWood, 0.5, true);           // table with four chairs
+    for (const double x : {2.25, 2.9})
+        for (const double y0 : {6.45, 7.95})
+            AddBox(r, x, y0, x + 0.45, y0 + 0.45, 0.45, kWood, 0.5, true);
     AddBox(r, 13.0, 8.5, 15.0, 9.5, 1.8, kBlue, 0.4, true);          // cabinet
+    AddBox(r, 10.0, 8.0, 11.6, 10.0, 0.5, kSheet, 0.7, true);        // bed
     AddBox(r, 6.0, 1.5, 7.0, 2.5, 1.0, kRed, 0.45, true);            // crate
+    AddBox(r, 5.0, 9.0, 7.4, 9.9, 0.8, kBlue, 0.4, true);            // sofa
+    AddBox(r, 12.4, 0.0, 15.6, 0.6, 0.9, kConcrete, 0.6, true);      // kitchen counter
     return r;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // A synthetic laser scan of a small building (floor, ceiling, walls with door
-// and window openings, columns, furniture-like boxes) seen from several
+// and window openings, interior walls with doors, columns, furniture-like
+// boxes) seen from several
 // scanner stations, written as an E57 file. The output depends only on the
 // options: the same seed gives the same bytes.
 //

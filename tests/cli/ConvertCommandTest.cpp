@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "support/E57Files.h"
@@ -175,4 +176,56 @@ TEST(ConvertCommand, AnyNumberOfThreadsWritesTheSameBytes)
     EXPECT_EQ((d.size() - 32) % 15, 0u);
     EXPECT_LE(d.size(), 32u + 15u * 400000);
     EXPECT_EQ(d.substr(8, 24), std::string(24, '\0'));
+}
+
+// --json gives one document with the figures; coordinates far from the origin
+// get a warning with the resolution the point file has there, and the point
+// file is written all the same.
+TEST(ConvertCommand, JsonResultAndTheWarningForCoordinatesFarFromTheOrigin)
+{
+    const std::string dir = pwtest::ScratchDir("convert_json");
+    WriteSmallE57(dir + "/near.e57");
+    auto r = RunPunktwolke({"convert", dir + "/near.e57", "-d", "100", "-o", dir + "/near.gspc", "--json"});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    const nlohmann::json doc = nlohmann::json::parse(r.out);
+    EXPECT_EQ(doc["input"], dir + "/near.e57");
+    EXPECT_EQ(doc["filesWritten"], nlohmann::json::array({dir + "/near.gspc"}));
+    EXPECT_EQ(doc["totalPoints"], 3);
+    EXPECT_EQ(doc["keptPoints"], 3);
+    EXPECT_EQ(doc["density"], 100);
+    EXPECT_EQ(doc["offset"]["x"], 1.0);
+    EXPECT_EQ(doc["offset"]["y"], 4.0);
+    EXPECT_EQ(doc["offset"]["z"], -1.0);
+    EXPECT_EQ(doc["size"]["x"], 2.0);
+    EXPECT_GE(doc["seconds"].get<double>(), 0.0);
+    EXPECT_TRUE(doc["warnings"].empty());
+
+    // Easting 2,600,000 m (a national grid): floats are 0.25 m apart there.
+    pwtest::WriteLineScans(dir + "/far.e57", {3}, {1, 2600000}, {1, 1200000}, {1, 400});
+    r = RunPunktwolke({"convert", dir + "/far.e57", "-d", "100", "-o", dir + "/far.gspc", "--json"});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const std::string warning =
+        "warning: coordinates reach 2600002 m from the origin; the point file's 32-bit floats hold them only to "
+        "250 mm there (georeferenced scan?)";
+    EXPECT_EQ(r.err, "punktwolke: " + warning + "\n");
+    const nlohmann::json far = nlohmann::json::parse(r.out);
+    EXPECT_EQ(far["warnings"], nlohmann::json::array({warning}));
+    EXPECT_EQ(far["resolutionMm"], 250.0);
+    EXPECT_EQ(pwtest::Slurp(dir + "/far.gspc").size(), 32u + 3u * 15u);
+
+    // The same warning from info, before anything is converted; and the
+    // border: 9,000 m is held to a millimetre (0.98 mm), 20,000 m is not (1.95 mm).
+    r = RunPunktwolke({"info", dir + "/far.e57"});
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_EQ(r.err, "punktwolke: " + warning + "\n");
+    pwtest::WriteLineScans(dir + "/9km.e57", {2}, {1, 9000}, {0, 0}, {0, 0});
+    r = RunPunktwolke({"convert", dir + "/9km.e57", "-o", dir + "/9km.gspc"});
+    EXPECT_EQ(r.err, "");
+    pwtest::WriteLineScans(dir + "/20km.e57", {2}, {1, 0}, {0, 0}, {1, -20000});
+    r = RunPunktwolke({"convert", dir + "/20km.e57", "-o", dir + "/20km.gspc"});
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_NE(r.err.find("reach 20000 m from the origin; the point file's 32-bit floats hold them only to 1.95 mm"),
+              std::string::npos)
+        << r.err;
 }

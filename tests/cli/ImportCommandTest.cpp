@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -148,4 +149,47 @@ TEST_F(ImportCommand, WrongUsageExitsWithTwo)
         EXPECT_EQ(RunPunktwolke(args).exitCode, 2) << args.back();
     }
     EXPECT_FALSE(fs::exists(folder_));
+}
+
+// Several files in turn with the same options: one summary line each, a broken
+// one among them fails with its message and the others are still imported.
+TEST_F(ImportCommand, ABatchGoesOnPastABrokenFileAndExitsWithOne)
+{
+    const std::string a = dir_ + "/A" + base_ + ".e57", c = dir_ + "/C" + base_ + ".e57";
+    const std::string broken = dir_ + "/B" + base_ + ".e57";
+    WriteE57(a, 40);
+    WriteE57(c, 80);
+    {
+        std::FILE* f = std::fopen(broken.c_str(), "wb");
+        std::fputs("not an E57 file at all", f);
+        std::fclose(f);
+    }
+    auto r = RunPunktwolke({"import", a, broken, c, "--xml-only", "-d", "50"});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.out, a + ": 20 of 40 points (50%) -> " + dir_ + "/A" + base_ + "/A" + base_ + ".xml\n" + broken +
+                         ": failed: E57-Konvertierung fehlgeschlagen.\n" + c + ": 40 of 80 points (50%) -> " + dir_ +
+                         "/C" + base_ + "/C" + base_ + ".xml\n");
+    EXPECT_EQ(r.err.rfind("E57-Konvertierung fehlgeschlagen.\npunktwolke: E57-Fehler: ", 0), 0u) << r.err;
+    EXPECT_TRUE(fs::exists(dir_ + "/C" + base_ + "/C" + base_ + "_data.gspc"));
+
+    // The same as one JSON document.
+    r = RunPunktwolke({"import", a, broken, dir_ + "/missing.e57", "--xml-only", "-d", "50", "--json"});
+    EXPECT_EQ(r.exitCode, 1);
+    const nlohmann::json doc = nlohmann::json::parse(r.out);
+    EXPECT_EQ(doc["imported"], 1);
+    EXPECT_EQ(doc["failed"], 2);
+    EXPECT_EQ(doc["density"], 50);
+    ASSERT_EQ(doc["files"].size(), 3u);
+    const nlohmann::json& first = doc["files"][0];
+    EXPECT_EQ(first["file"], a);
+    EXPECT_EQ(first["ok"], true);
+    EXPECT_EQ(first["totalPoints"], 40);
+    EXPECT_EQ(first["keptPoints"], 20);
+    EXPECT_EQ(first["pointFile"], dir_ + "/A" + base_ + "/A" + base_ + "_data.gspc");
+    EXPECT_EQ(first["filesWritten"].size(), 2u);
+    EXPECT_EQ(first["size"]["x"], 38.0);
+    EXPECT_EQ(doc["files"][1]["ok"], false);
+    EXPECT_EQ(doc["files"][1]["error"], "E57-Konvertierung fehlgeschlagen.");
+    EXPECT_EQ(doc["files"][2]["error"],
+              "E57-Datei konnte nicht geöffnet werden. (" + dir_ + "/missing.e57: No such file or directory)");
 }
