@@ -10,9 +10,9 @@
 # input that did it is kept in $BUILD/artifacts.
 #   scripts/fuzz.sh [SECONDS] [TARGET...]
 #   scripts/fuzz.sh merge [TARGET...]
-#     minimises the committed corpus together with everything the earlier runs
-#     found ($BUILD/corpus/<target>, and any directories in PW_FUZZ_MERGE_FROM)
-#     back into fuzz/corpus/<target>.
+#     minimises the committed corpus together with the generated seeds and
+#     everything earlier runs found ($BUILD/corpus/<target>, and DIR/<target>
+#     for each DIR in PW_FUZZ_MERGE_FROM) back into fuzz/corpus/<target>.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 mode=run
@@ -68,19 +68,28 @@ for t in "${targets[@]}"; do
   corpus="$build/corpus/$t"
   mkdir -p "$corpus" "$committed"
   if [ $mode = merge ]; then
-    # Only what adds coverage is kept; inputs over the run's length limit are
-    # left out so that every committed unit is read whole by the runs.
+    # Only what adds coverage is kept, from units of at most $unitmax bytes
+    # (larger ones are mostly copies of the sample files): the corpus stays
+    # small and every unit is read whole by the runs. The sample files
+    # themselves are not taken in; the runs link them as seeds.
+    unitmax=${PW_FUZZ_UNIT_MAX:-65536}
     echo "=== $t: merge into $committed ==="
     fresh="$build/merged/$t"
-    rm -rf "$fresh"
-    mkdir -p "$fresh"
-    extra=()
-    for d in ${PW_FUZZ_MERGE_FROM:-}; do [ -d "$d/$t" ] && extra+=("$d/$t"); done
+    staged="$build/merge-input/$t"
+    rm -rf "$fresh" "$staged"
+    mkdir -p "$fresh" "$staged"
+    sources=("$committed" "$corpus")
+    for d in ${PW_FUZZ_MERGE_FROM:-}; do [ -d "$d/$t" ] && sources+=("$d/$t"); done
+    for d in "${dirs[@]}"; do [ "$d" != "$seeds/shared" ] && sources+=("$d"); done
+    find -L "${sources[@]}" -maxdepth 1 -type f -size -$((unitmax + 1))c -exec cp -n {} "$staged/" \; 2>/dev/null
     "$build/fuzz/$t" -merge=1 -max_len="$maxlen" -rss_limit_mb=2048 -timeout=10 \
-      "$fresh" "$committed" "$corpus" "${extra[@]}" "${dirs[@]}" >"$build/$t-merge.log" 2>&1 || {
+      "$fresh" "$staged" >"$build/$t-merge.log" 2>&1 || {
       echo "fuzz.sh: merge of $t FAILED; log: $build/$t-merge.log"; failed=1; continue; }
     grep -E 'MERGE-OUTER: [0-9]+ new files' "$build/$t-merge.log" || true
-    find "$fresh" -type f -size +"$maxlen"c -delete
+    # Merged units are named by their SHA-1: drop any that is a sample file.
+    for f in "${samples[@]}"; do
+      rm -f "$fresh/$(sha1sum "$f" | cut -d' ' -f1)"
+    done
     rm -rf "$committed"
     mv "$fresh" "$committed"
     echo "$t: $(find "$committed" -type f | wc -l) files, $(du -sk "$committed" | cut -f1) KiB"
