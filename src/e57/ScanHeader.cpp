@@ -85,7 +85,10 @@ void FieldRange(pugi::xml_node prototype, const char* name, double& lo, double& 
         if (f.attribute("minimum") && f.attribute("maximum")) {
             lo = ParseDouble(f.attribute("minimum").value(), 0.0, what + " minimum");
             hi = ParseDouble(f.attribute("maximum").value(), 0.0, what + " maximum");
-            if (!(hi - lo < 1e300)) // FLT_MAX/DBL_MAX defaults written out: unknown range
+            // Writers that know no range write out the type's extremes
+            // (about 3.4e38 single, 1.8e308 double), sometimes rounded: a span
+            // that wide is no sensor's, so the range is unknown.
+            if (!(hi - lo < 1e38))
                 lo = hi = 0.0;
         }
     }

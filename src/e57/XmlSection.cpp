@@ -25,6 +25,14 @@ std::pair<const char*, const char*> Trim(const char* text)
     return {b, e};
 }
 
+// Steps over a leading '+', which from_chars does not take; a sign after it
+// ("+-1") is left for from_chars to refuse.
+void SkipPlus(const char*& b, const char* e)
+{
+    if (*b == '+' && !(e - b > 1 && b[1] == '-'))
+        ++b;
+}
+
 [[noreturn]] void NotANumber(const char* text, const std::string& what)
 {
     std::string shown(text ? text : "");
@@ -100,8 +108,7 @@ int64_t ParseInt64(const char* text, int64_t fallback, const std::string& what)
     auto [b, e] = Trim(text ? text : "");
     if (b == e)
         return fallback;
-    if (*b == '+')
-        ++b;
+    SkipPlus(b, e);
     int64_t v = 0;
     auto res = std::from_chars(b, e, v);
     if (res.ec != std::errc() || res.ptr != e)
@@ -114,8 +121,7 @@ uint64_t ParseUInt64(const char* text, uint64_t fallback, const std::string& wha
     auto [b, e] = Trim(text ? text : "");
     if (b == e)
         return fallback;
-    if (*b == '+')
-        ++b;
+    SkipPlus(b, e);
     uint64_t v = 0;
     auto res = std::from_chars(b, e, v);
     if (res.ec != std::errc() || res.ptr != e)
@@ -128,8 +134,7 @@ double ParseDouble(const char* text, double fallback, const std::string& what)
     auto [b, e] = Trim(text ? text : "");
     if (b == e)
         return fallback;
-    if (*b == '+')
-        ++b;
+    SkipPlus(b, e);
     double v = 0;
     auto res = std::from_chars(b, e, v);
     // Out-of-range values (e.g. 1e999) are clamped by from_chars' contract to

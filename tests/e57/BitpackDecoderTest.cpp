@@ -371,15 +371,22 @@ TEST(BitpackDecoder, AFieldRunningFarAheadIsRefused)
 // but a count that not even one bit per record could hold is refused.
 TEST(BitpackDecoder, ConstantFieldsDecodeToTheirValueWithinABoundedCount)
 {
+    // Scaled constants too (a flat scan's z, say): scale and offset apply, and
+    // a value below the buffer type's range saturates.
     const std::string proto = "<cartesianX type=\"Integer\" minimum=\"5\" maximum=\"5\"/>"
-                              "<colorRed type=\"Integer\" minimum=\"300\" maximum=\"300\"/>";
+                              "<colorRed type=\"Integer\" minimum=\"300\" maximum=\"300\"/>"
+                              "<cartesianZ type=\"ScaledInteger\" minimum=\"-20\" maximum=\"-20\" scale=\"0.5\" "
+                              "offset=\"1\"/>"
+                              "<colorGreen type=\"ScaledInteger\" minimum=\"-4\" maximum=\"-4\" scale=\"1\"/>";
     TempDir dir;
-    WriteFile(dir.File("c.e57"), PointsFile(proto, 10, {DataPacket({{}, {}})}));
+    WriteFile(dir.File("c.e57"), PointsFile(proto, 10, {DataPacket({{}, {}, {}, {}})}));
     e57::Reader r(dir.File("c.e57"), {});
     ScanPoints p = ReadScan(r, 0, 4);
     EXPECT_EQ(p.blocks, (std::vector<unsigned>{4, 4, 2}));
     EXPECT_EQ(p.x, std::vector<double>(10, 5.0));
     EXPECT_EQ(p.red, std::vector<uint16_t>(10, 300));
+    EXPECT_EQ(p.z, std::vector<double>(10, -9.0));
+    EXPECT_EQ(p.green, std::vector<uint16_t>(10, 0));
 
     WriteFile(dir.File("c.e57"), PointsFile(proto, uint64_t(1) << 62, {DataPacket({{}, {}})}));
     e57::Reader big(dir.File("c.e57"), {});

@@ -3,10 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <functional>
+#include <vector>
 
 #include "support/E57TestSupport.h"
 #include "e57/E57Exception.h"
+#include "e57/Writer.h"
 
 using namespace e57test;
 using ::testing::HasSubstr;
@@ -51,7 +55,7 @@ Bytes EditLogical(const Bytes& physical, const std::function<void(Bytes&)>& edit
 // descriptions, record counts), are not repeated here.
 TEST(BrokenFile, DamagedHeadersAndSectionsFailWithValidChecksums)
 {
-    PW_REQUIRE_SAMPLE("bunnyFloat.e57");
+    PW_REQUIRE_SAMPLE("mixed_a.e57");   // its points span more than one read window
     const Bytes good = Sample("bunnyFloat.e57");
     struct Case {
         const char* what;
@@ -79,7 +83,7 @@ TEST(BrokenFile, DamagedHeadersAndSectionsFailWithValidChecksums)
 
 TEST(BrokenFile, HostileXmlFailsWithoutHugeAllocations)
 {
-    PW_REQUIRE_SAMPLE("bunnyFloat.e57");
+    PW_REQUIRE_SAMPLE("mixed_a.e57");   // its points span more than one read window
     const Bytes good = Sample("bunnyFloat.e57");
     const std::string xml = XmlOf(good);
     const std::string points = "fileOffset=\"48\" recordCount=\"30571\"";
@@ -148,4 +152,47 @@ TEST(BrokenFile, EveryByteOfTheStructuresCanBeDamagedSafely)
         }
     }
     EXPECT_GT(failures, 80);  // most of these bytes are structure
+}
+
+// A file cut short by another program while its points are read (a copy still
+// arriving, a network share going away): the next read past the new end fails
+// with an E57Exception instead of returning stale or zeroed points.
+TEST(BrokenFile, AFileCutShortWhileItsPointsAreReadFails)
+{
+    TempDir dir;
+    const std::string path = dir.File("shrinking.e57");
+    {
+        // Points over several of the reader's 512 KiB read windows.
+        const size_t n = 100000;
+        std::vector<double> v(n);
+        for (size_t i = 0; i < n; ++i)
+            v[i] = 0.25 * static_cast<double>(i);
+        e57::Writer w(path);
+        e57::ScanHeader h;
+        h.prototype = {e57::WriterField::Double("cartesianX"), e57::WriterField::Double("cartesianY"),
+                       e57::WriterField::Double("cartesianZ")};
+        w.BeginScan(h);
+        w.WriteColumns(n, {{v.data(), nullptr}, {v.data(), nullptr}, {v.data(), nullptr}});
+        w.EndScan();
+        w.Close();
+    }
+    e57::Reader reader(path, {});
+    ASSERT_TRUE(reader.IsOpen());
+    std::vector<double> x(1024), y(1024), z(1024);
+    e57::Data3DPointsData_d buf;
+    buf.cartesianX = x.data();
+    buf.cartesianY = y.data();
+    buf.cartesianZ = z.data();
+    e57::CompressedVectorReader points = reader.SetUpData3DPointsData(0, x.size(), buf);
+    ASSERT_GT(points.read(), 0u);
+    ASSERT_EQ(::truncate(path.c_str(), 1024 * 1024), 0);
+    uint64_t total = 0;
+    try {
+        for (unsigned got; (got = points.read()) > 0;)
+            total += got;
+        ADD_FAILURE() << "the points of the cut file read to the end";
+    } catch (const e57::E57Exception& e) {
+        EXPECT_THAT(e.what(), HasSubstr("ended early"));
+    }
+    EXPECT_LT(total, 100000u);
 }

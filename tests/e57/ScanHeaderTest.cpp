@@ -76,3 +76,46 @@ TEST(ScanHeader, LimitsFallBackToThePrototype)
     EXPECT_EQ(h.prototype[6].bitWidth, 64u);  // no limits: the whole int64 range
     EXPECT_EQ(h.prototype[6].minimum, INT64_MIN);
 }
+
+// Exporters differ in how they write numbers: space or line breaks around the
+// text, a leading plus sign, text of spaces only.
+TEST(ScanHeader, NumberTextsMayCarrySpacesAndAPlusSign)
+{
+    e57::Data3D h = HeaderOf("<pose type=\"Structure\"><translation type=\"Structure\">"
+                             "<x type=\"Float\">\n  2.5\n</x><y type=\"Float\"> +1e2\t</y>"
+                             "<z type=\"Integer\">\r\n+3 </z></translation><rotation type=\"Structure\">"
+                             "<w type=\"Float\">   </w></rotation></pose>",
+                             "<colorRed type=\"Integer\" minimum=\" 0\" maximum=\"+255 \"/>");
+    EXPECT_EQ(h.pose.translation.x, 2.5);
+    EXPECT_EQ(h.pose.translation.y, 100.0);
+    EXPECT_EQ(h.pose.translation.z, 3.0);
+    EXPECT_EQ(h.pose.rotation.w, 0.0);
+    EXPECT_EQ(h.colorLimits.colorRedMaximum, 255.0);
+    ASSERT_EQ(h.prototype.size(), 1u);
+    EXPECT_EQ(h.prototype[0].bitWidth, 8u);
+
+    // A sign alone or a second sign is still no number.
+    EXPECT_THROW(HeaderOf("<pose type=\"Structure\"><translation type=\"Structure\"><x type=\"Float\">+</x>"
+                          "</translation></pose>", ""),
+                 e57::E57Exception);
+    EXPECT_THROW(HeaderOf("", "<colorRed type=\"Integer\" minimum=\"+-1\" maximum=\"255\"/>"),
+                 e57::E57Exception);
+}
+
+// Writers that know no range for a Float field write out the type's extremes;
+// those mean "unknown", for single as for double precision, not a sensor range.
+TEST(ScanHeader, WrittenOutFloatExtremesAreAnUnknownRange)
+{
+    e57::Data3D h = HeaderOf(
+        "", "<intensity type=\"Float\" precision=\"single\" minimum=\"-3.40282346638528859e+38\" "
+            "maximum=\"3.40282346638528859e+38\"/>"
+            "<colorRed type=\"Float\" minimum=\"-1.79769313486231571e+308\" maximum=\"1.79769313486231571e+308\"/>"
+            "<colorGreen type=\"Float\" precision=\"single\" minimum=\"0\" maximum=\"3.40282e+38\"/>"
+            "<colorBlue type=\"Float\" minimum=\"-1\" maximum=\"1e6\"/>");
+    EXPECT_EQ(h.intensityLimits.intensityMinimum, 0.0);
+    EXPECT_EQ(h.intensityLimits.intensityMaximum, 0.0);
+    EXPECT_EQ(h.colorLimits.colorRedMaximum, 0.0);
+    EXPECT_EQ(h.colorLimits.colorGreenMaximum, 0.0);
+    EXPECT_EQ(h.colorLimits.colorBlueMinimum, -1.0);   // a real range stays
+    EXPECT_EQ(h.colorLimits.colorBlueMaximum, 1e6);
+}

@@ -86,3 +86,27 @@ TEST(GspcReader, RefusesDamagedFilesAndNonFiles)
     // The header parser never reads past the bytes it is given.
     EXPECT_THROW(ParseGspcHeader(Header(2, ok).data(), 10, 32), GspcFormatError);
 }
+
+// The file is checked when opened; if another program cuts it short while the
+// points are read, the read fails instead of returning stale or zeroed points.
+TEST(GspcReader, AFileCutShortWhileReadIsRefused)
+{
+    const std::string path = TempPath("shrinking.gspc");
+    GspcWriter w;
+    ASSERT_TRUE(w.Open(path.c_str()));
+    for (int i = 0; i < 100000; ++i)
+        w.Write(float(i), 0, 0, 0, 0, 0);
+    ASSERT_TRUE(w.Close());
+
+    GspcReader r(path);
+    std::vector<GspcPoint> block(65536);
+    ASSERT_EQ(r.Read(block.data(), 40), 40u);
+    ASSERT_EQ(::truncate(path.c_str(), 32 + 15 * 50000), 0);
+    try {
+        r.Read(block.data(), block.size());
+        ADD_FAILURE() << "a read past the new end returned points";
+    } catch (const GspcFormatError& e) {
+        EXPECT_NE(std::string(e.what()).find("ended early"), std::string::npos) << e.what();
+    }
+    std::remove(path.c_str());
+}

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -123,6 +124,63 @@ TEST_F(PaletteTest, SecondImportClickDuringAnImportDoesNothing)
     const std::vector<std::string> log = Log();
     EXPECT_EQ(std::count(log.begin(), log.end(), "ButtonClicked aufgerufen"), 2);
     EXPECT_EQ(std::count(log.begin(), log.end(), "--- DoImport ---"), 1);
+    host_.BindAsCurrent();
+}
+
+// The host's close message only hides the palette: the same palette, with its
+// list, comes back on the open message. Messages the palette does not know
+// change nothing.
+TEST_F(PaletteTest, HostCloseMessageHidesThePaletteWhichOpenBringsBack)
+{
+    PunktwolkenPalette& palette = Open();
+    ASSERT_TRUE(View().IsVisible());
+    const std::vector<std::string> rows = View().RowTexts();
+
+    EXPECT_EQ(PunktwolkenPalette::ControlCallback(0, 1, 0), host::NoError);   // close
+    EXPECT_EQ(PunktwolkenPalette::Existing(), &palette);
+    EXPECT_FALSE(View().IsVisible());
+    bool visible = true;
+    PunktwolkenPalette::ControlCallback(0, 7, reinterpret_cast<intptr_t>(&visible));
+    EXPECT_FALSE(visible);
+
+    EXPECT_EQ(PunktwolkenPalette::ControlCallback(0, 99, 0), host::NoError);
+    EXPECT_FALSE(View().IsVisible());
+
+    PunktwolkenPalette::ControlCallback(0, 6, 0);   // open
+    EXPECT_TRUE(View().IsVisible());
+    EXPECT_EQ(View().RowTexts(), rows);
+    EXPECT_TRUE(View().ProcessingEvents());
+}
+
+// An open-file dialog whose first request fails with an exception (the host
+// out of memory, say) and that cancels afterwards.
+class ThrowingFileDialog : public host::OpenFileDialog {
+public:
+    bool GetOpenFile(const std::string&, const std::string&, const std::string&, fs::path&) override
+    {
+        if (++requests == 1)
+            throw std::bad_alloc();
+        return false;
+    }
+    int requests = 0;
+};
+
+// An import that fails by exception must not leave the palette believing an
+// import still runs: the next click imports again.
+TEST_F(PaletteTest, ImportThatThrowsLeavesTheImportButtonWorking)
+{
+    ThrowingFileDialog dialog;
+    host::Host bundle = host_.Bundle();
+    host::Host withDialog{bundle.registration, dialog, bundle.alertDialog, bundle.reportWindow,
+                          bundle.processWindow, bundle.libraryList, bundle.libParts, bundle.elements,
+                          bundle.undo, bundle.stories};
+    host::SetCurrentHost(&withDialog);
+
+    PunktwolkenPalette& palette = Open();
+    EXPECT_THROW(View().UserClick(PaletteItem::ImportButton), std::bad_alloc);
+    EXPECT_FALSE(palette.ImportBusy());
+    ASSERT_TRUE(View().UserClick(PaletteItem::ImportButton));
+    EXPECT_EQ(dialog.requests, 2);
     host_.BindAsCurrent();
 }
 
