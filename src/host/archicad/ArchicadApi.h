@@ -186,4 +186,21 @@ inline GSErrCode CloseParameters()
 #endif
 }
 
+// --- the library part converter ------------------------------------------------------
+
+// LP_XMLConverter ships inside the application, and every main version installs
+// into a folder named after it. Version 26 keeps the import's own default.
+inline const char* LibPartConverterPath()
+{
+#if defined(ServerMainVers_2900)
+    return "/Applications/GRAPHISOFT/Archicad 29/Archicad 29.app/Contents/MacOS/LP_XMLConverter.app/Contents/MacOS/LP_XMLConverter";
+#elif defined(ServerMainVers_2800)
+    return "/Applications/GRAPHISOFT/Archicad 28/Archicad 28.app/Contents/MacOS/LP_XMLConverter.app/Contents/MacOS/LP_XMLConverter";
+#elif defined(ServerMainVers_2700)
+    return "/Applications/GRAPHISOFT/Archicad 27/Archicad 27.app/Contents/MacOS/LP_XMLConverter.app/Contents/MacOS/LP_XMLConverter";
+#else
+    return nullptr;
+#endif
+}
+
 }  // namespace archicad::api

@@ -2,6 +2,8 @@
 
 #include "host/DefaultCharset.h"
 #include "host/archicad/ArchicadAdapters.h"
+#include "host/archicad/ArchicadApi.h"
+#include "import/WriteGsmViaXml.h"
 
 namespace archicad {
 
@@ -38,6 +40,10 @@ void BindArchicadHost()
     }
     host::SetCurrentHost(&g_adapters->bundle);
     host::SetDefaultCharset(&g_adapters->defaultCharset);
+    // The converter of the Archicad version this bundle is built for.
+    if (const char* converter = api::LibPartConverterPath()) {
+        LP_XMLCONVERTER = converter;
+    }
     if (!g_factoryInstalled) {
         InstallPaletteViewFactory();
         g_factoryInstalled = true;
