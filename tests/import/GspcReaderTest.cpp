@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <limits>
@@ -34,12 +35,14 @@ std::string RefusalOf(const std::vector<unsigned char>& bytes)
     const std::string path = TempPath("bad.gspc");
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
                                                  static_cast<std::streamsize>(bytes.size()));
+    std::string outcome = "accepted";
     try {
         GspcReader r(path);
     } catch (const GspcFormatError& e) {
-        return e.what();
+        outcome = e.what();
     }
-    return "accepted";
+    std::remove(path.c_str());
+    return outcome;
 }
 
 }  // namespace
