@@ -15,7 +15,7 @@ for arg in "$@"; do
   case "$arg" in
     --aarch64)
       cross=1
-      pkgs+=(g++-aarch64-linux-gnu qemu-user
+      pkgs+=(g++-aarch64-linux-gnu qemu-user libc6:arm64 libstdc++6:arm64
              libpugixml-dev:arm64 libgtest-dev:arm64 libgmock-dev:arm64 libpng-dev:arm64 libgd-dev:arm64 libssl-dev:arm64) ;;
     --package)
       pkgs+=(dpkg-dev) ;;

@@ -44,7 +44,7 @@ if [ ! -x build/release/src/punktwolke ]; then
   cmake --build build/release --target punktwolke -j "$jobs"
 fi
 x86=("$root/build/release/src/punktwolke")
-arm=(qemu-aarch64 -L /usr/aarch64-linux-gnu "$root/build/aarch64/src/punktwolke")
+arm=(qemu-aarch64 -L / "$root/build/aarch64/src/punktwolke")   # loader prefix: see cmake/aarch64-linux-gnu.cmake
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
