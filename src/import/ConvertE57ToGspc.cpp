@@ -324,13 +324,17 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
 
     result.keptPoints = kept;
     result.cancelled = cancelled;
-    if (!cancelled) {
-        result.offsetX = writer.MinX();
-        result.offsetY = writer.MinY();
-        result.offsetZ = writer.MinZ();
-        result.sizeX = writer.MaxX() - writer.MinX();
-        result.sizeY = writer.MaxY() - writer.MinY();
-        result.sizeZ = writer.MaxZ() - writer.MinZ();
-    }
+    if (!cancelled)
+        TakeCloudExtent(writer, result);
     return result;
+}
+
+void TakeCloudExtent(const GspcWriter& writer, ConversionResult& result)
+{
+    result.offsetX = writer.MinX();
+    result.offsetY = writer.MinY();
+    result.offsetZ = writer.MinZ();
+    result.sizeX = writer.MaxX() - writer.MinX();
+    result.sizeY = writer.MaxY() - writer.MinY();
+    result.sizeZ = writer.MaxZ() - writer.MinZ();
 }

@@ -20,6 +20,10 @@ struct ConversionResult {
     float sizeX = 0.0f, sizeY = 0.0f, sizeZ = 0.0f;         // max - min (not on cancel)
 };
 
+// Offset (the minima) and size (max - min) of the cloud, in float32, from a
+// closed writer's bounds.
+void TakeCloudExtent(const GspcWriter& writer, ConversionResult& result);
+
 // Keep-every-step-th-point step for a density percent: max(1, 100 / density).
 int32_t DensityStep(int32_t densityPercent);
 

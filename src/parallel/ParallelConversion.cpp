@@ -380,12 +380,7 @@ ConversionResult ConvertScansSideBySide(e57::Reader& reader, const std::string& 
     writer.Close();
     reader.Close();
     result.keptPoints = static_cast<int64_t>(record);
-    result.offsetX = writer.MinX();
-    result.offsetY = writer.MinY();
-    result.offsetZ = writer.MinZ();
-    result.sizeX = writer.MaxX() - writer.MinX();
-    result.sizeY = writer.MaxY() - writer.MinY();
-    result.sizeZ = writer.MaxZ() - writer.MinZ();
+    TakeCloudExtent(writer, result);
     return result;
 }
 
