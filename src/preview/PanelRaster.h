@@ -64,7 +64,7 @@ public:
     SplatQueue(PanelRaster& raster, int pointSize)
         : raster_(raster), size_(pointSize), bands_((raster.height >> kBandShift) + 1)
     {
-        pending_.reserve(kCapacity);
+        pending_.resize(kCapacity);
         sorted_.resize(kCapacity);
         starts_.resize(size_t(bands_) + 1);
     }
@@ -74,23 +74,34 @@ public:
         // Squares reach at most size / 2 pixels beyond their centre.
         if (!(sx > -size_ && sy > -size_ && sx < raster_.width + size_ && sy < raster_.height + size_))
             return;
-        pending_.push_back({float(sx), float(sy), depth, c});
-        if (pending_.size() == kCapacity)
+        // Field by field into the buffer: a whole record built on the stack
+        // and copied would be read back before its parts are stored, a stall.
+        // Everything is read before the first store, which might alias it.
+        const size_t n = count_;
+        const float fy = float(sy);
+        const size_t band = size_t(Band(fy));
+        uint32_t* starts = starts_.data();
+        Pending& p = pending_[n];
+        p.sx = float(sx);
+        p.sy = fy;
+        p.depth = depth;
+        p.colour = c;
+        ++starts[band + 1];   // counted now, while the point is at hand
+        count_ = n + 1;
+        if (n + 1 == kCapacity)
             Flush();
     }
 
     void Flush()
     {
-        std::fill(starts_.begin(), starts_.end(), 0);
-        for (const Pending& p : pending_)
-            ++starts_[size_t(Band(p.sy)) + 1];
         for (size_t b = 1; b < starts_.size(); ++b)
             starts_[b] += starts_[b - 1];
-        for (const Pending& p : pending_)
-            sorted_[starts_[size_t(Band(p.sy))]++] = p;
-        for (size_t i = 0; i < pending_.size(); ++i)
+        for (size_t i = 0; i < count_; ++i)
+            sorted_[starts_[size_t(Band(pending_[i].sy))]++] = pending_[i];
+        for (size_t i = 0; i < count_; ++i)
             raster_.Splat(sorted_[i].sx, sorted_[i].sy, sorted_[i].depth, sorted_[i].colour, size_);
-        pending_.clear();
+        count_ = 0;
+        std::fill(starts_.begin(), starts_.end(), 0);
     }
 
 private:
@@ -111,7 +122,8 @@ private:
     int size_;
     int bands_;
     std::vector<Pending> pending_, sorted_;
-    std::vector<size_t> starts_;
+    size_t count_ = 0;
+    std::vector<uint32_t> starts_;   // per band; kCapacity fits
 };
 
 }  // namespace preview
