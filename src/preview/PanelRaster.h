@@ -76,7 +76,6 @@ public:
             return;
         // Field by field into the buffer: a whole record built on the stack
         // and copied would be read back before its parts are stored, a stall.
-        // Everything is read before the first store, which might alias it.
         const size_t n = count_;
         const float fy = float(sy);
         const size_t band = size_t(Band(fy));
@@ -85,7 +84,7 @@ public:
         p.sx = float(sx);
         p.sy = fy;
         p.depth = depth;
-        p.colour = c;
+        p.colour = uint32_t(c.r) | uint32_t(c.g) << 8 | uint32_t(c.b) << 16;
         ++starts[band + 1];   // counted now, while the point is at hand
         count_ = n + 1;
         if (n + 1 == kCapacity)
@@ -98,8 +97,12 @@ public:
             starts_[b] += starts_[b - 1];
         for (size_t i = 0; i < count_; ++i)
             sorted_[starts_[size_t(Band(pending_[i].sy))]++] = pending_[i];
-        for (size_t i = 0; i < count_; ++i)
-            raster_.Splat(sorted_[i].sx, sorted_[i].sy, sorted_[i].depth, sorted_[i].colour, size_);
+        for (size_t i = 0; i < count_; ++i) {
+            const uint32_t c = sorted_[i].colour;
+            const Rgb rgb{static_cast<unsigned char>(c), static_cast<unsigned char>(c >> 8),
+                          static_cast<unsigned char>(c >> 16)};
+            raster_.Splat(sorted_[i].sx, sorted_[i].sy, sorted_[i].depth, rgb, size_);
+        }
         count_ = 0;
         std::fill(starts_.begin(), starts_.end(), 0);
     }
@@ -107,7 +110,7 @@ public:
 private:
     struct Pending {
         float sx, sy, depth;
-        Rgb colour;
+        uint32_t colour;   // r, g, b from the low byte up: no byte stores, which might alias the counters
     };
     static constexpr size_t kCapacity = 262144;
     static constexpr int kBandShift = 4;
