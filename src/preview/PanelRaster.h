@@ -69,25 +69,33 @@ public:
         starts_.resize(size_t(bands_) + 1);
     }
 
-    void Add(double sx, double sy, float depth, Rgb c)
+    void Add(double sx, double sy, float depth, Rgb c) { AddIf(true, sx, sy, depth, c); }
+
+    // Add when `wanted`, without a branch: the point is written to the next
+    // free place either way and only counted when wanted (and on the panel),
+    // so that points kept or not in no predictable order cost no mispredicted
+    // jumps.
+    void AddIf(bool wanted, double sx, double sy, float depth, Rgb c)
     {
         // Squares reach at most size / 2 pixels beyond their centre.
-        if (!(sx > -size_ && sy > -size_ && sx < raster_.width + size_ && sy < raster_.height + size_))
-            return;
+        const bool keep = wanted & (sx > -size_) & (sy > -size_) & (sx < raster_.width + size_) &
+                          (sy < raster_.height + size_);
         // Field by field into the buffer: a whole record built on the stack
         // and copied would be read back before its parts are stored, a stall.
         const size_t n = count_;
         const float fy = float(sy);
-        const size_t band = size_t(Band(fy));
+        // The band of a point not kept must still be a valid index.
+        const float clamped = std::min(std::max(0.0f, fy), float(raster_.height));
+        const size_t band = size_t(Band(clamped));
         uint32_t* starts = starts_.data();
         Pending& p = pending_[n];
         p.sx = float(sx);
         p.sy = fy;
         p.depth = depth;
         p.colour = uint32_t(c.r) | uint32_t(c.g) << 8 | uint32_t(c.b) << 16;
-        ++starts[band + 1];   // counted now, while the point is at hand
-        count_ = n + 1;
-        if (n + 1 == kCapacity)
+        starts[band + 1] += keep;   // counted now, while the point is at hand
+        count_ = n + keep;
+        if (count_ == kCapacity)
             Flush();
     }
 

@@ -89,15 +89,15 @@ void DrawRun(Panel& panel, const GspcPoint* points, size_t count)
     for (size_t i = 0; i < count; ++i) {
         const GspcPoint& p = points[i];
         Tone tone = Tone::Plain;
+        bool kept = true;
         if (SlabAxis >= 0) {
             const double c = SlabAxis == 0 ? p.x : SlabAxis == 1 ? p.y : p.z;
-            if (c < slab.keepLo || c > slab.keepHi)
-                continue;
-            tone = c >= slab.cutLo && c <= slab.cutHi ? Tone::Cut : Tone::Beyond;
+            kept = (c >= slab.keepLo) & (c <= slab.keepHi);
+            tone = (c >= slab.cutLo) & (c <= slab.cutHi) ? Tone::Cut : Tone::Beyond;
         }
         double sx, sy, d;
         camera.Project(p.x, p.y, p.z, sx, sy, d);
-        queue.Add(sx, sy, float(d), colouring(p, tone));
+        queue.AddIf(kept, sx, sy, float(d), colouring(p, tone));
     }
 }
 
