@@ -64,39 +64,61 @@ public:
     SplatQueue(PanelRaster& raster, int pointSize)
         : raster_(raster), size_(pointSize), bands_((raster.height >> kBandShift) + 1)
     {
-        pending_.reserve(kCapacity);
+        pending_.resize(kCapacity);
         sorted_.resize(kCapacity);
         starts_.resize(size_t(bands_) + 1);
     }
 
-    void Add(double sx, double sy, float depth, Rgb c)
+    void Add(double sx, double sy, float depth, Rgb c) { AddIf(true, sx, sy, depth, c); }
+
+    // Add when `wanted`, without a branch: the point is written to the next
+    // free place either way and only counted when wanted (and on the panel),
+    // so that points kept or not in no predictable order cost no mispredicted
+    // jumps.
+    void AddIf(bool wanted, double sx, double sy, float depth, Rgb c)
     {
         // Squares reach at most size / 2 pixels beyond their centre.
-        if (!(sx > -size_ && sy > -size_ && sx < raster_.width + size_ && sy < raster_.height + size_))
-            return;
-        pending_.push_back({float(sx), float(sy), depth, c});
-        if (pending_.size() == kCapacity)
+        const bool keep = wanted & (sx > -size_) & (sy > -size_) & (sx < raster_.width + size_) &
+                          (sy < raster_.height + size_);
+        // Field by field into the buffer: a whole record built on the stack
+        // and copied would be read back before its parts are stored, a stall.
+        const size_t n = count_;
+        const float fy = float(sy);
+        // The band of a point not kept must still be a valid index.
+        const float clamped = std::min(std::max(0.0f, fy), float(raster_.height));
+        const size_t band = size_t(Band(clamped));
+        uint32_t* starts = starts_.data();
+        Pending& p = pending_[n];
+        p.sx = float(sx);
+        p.sy = fy;
+        p.depth = depth;
+        p.colour = uint32_t(c.r) | uint32_t(c.g) << 8 | uint32_t(c.b) << 16;
+        starts[band + 1] += keep;   // counted now, while the point is at hand
+        count_ = n + keep;
+        if (count_ == kCapacity)
             Flush();
     }
 
     void Flush()
     {
-        std::fill(starts_.begin(), starts_.end(), 0);
-        for (const Pending& p : pending_)
-            ++starts_[size_t(Band(p.sy)) + 1];
         for (size_t b = 1; b < starts_.size(); ++b)
             starts_[b] += starts_[b - 1];
-        for (const Pending& p : pending_)
-            sorted_[starts_[size_t(Band(p.sy))]++] = p;
-        for (size_t i = 0; i < pending_.size(); ++i)
-            raster_.Splat(sorted_[i].sx, sorted_[i].sy, sorted_[i].depth, sorted_[i].colour, size_);
-        pending_.clear();
+        for (size_t i = 0; i < count_; ++i)
+            sorted_[starts_[size_t(Band(pending_[i].sy))]++] = pending_[i];
+        for (size_t i = 0; i < count_; ++i) {
+            const uint32_t c = sorted_[i].colour;
+            const Rgb rgb{static_cast<unsigned char>(c), static_cast<unsigned char>(c >> 8),
+                          static_cast<unsigned char>(c >> 16)};
+            raster_.Splat(sorted_[i].sx, sorted_[i].sy, sorted_[i].depth, rgb, size_);
+        }
+        count_ = 0;
+        std::fill(starts_.begin(), starts_.end(), 0);
     }
 
 private:
     struct Pending {
         float sx, sy, depth;
-        Rgb colour;
+        uint32_t colour;   // r, g, b from the low byte up: no byte stores, which might alias the counters
     };
     static constexpr size_t kCapacity = 262144;
     static constexpr int kBandShift = 4;
@@ -111,7 +133,8 @@ private:
     int size_;
     int bands_;
     std::vector<Pending> pending_, sorted_;
-    std::vector<size_t> starts_;
+    size_t count_ = 0;
+    std::vector<uint32_t> starts_;   // per band; kCapacity fits
 };
 
 }  // namespace preview

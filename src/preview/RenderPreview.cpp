@@ -76,6 +76,31 @@ struct Panel {
     std::unique_ptr<SplatQueue> queue;
 };
 
+// Queues a run of points for one panel, those of its slab on `SlabAxis`
+// (-1: all) in their tone. The panel's camera, slab and colouring are copied
+// to locals so that they stay in registers over the run.
+template <int SlabAxis>
+void DrawRun(Panel& panel, const GspcPoint* points, size_t count)
+{
+    const ViewCamera camera = panel.camera;
+    const Slab slab = camera.slab;
+    const PointColouring colouring = *panel.colouring;
+    SplatQueue& queue = *panel.queue;
+    for (size_t i = 0; i < count; ++i) {
+        const GspcPoint& p = points[i];
+        Tone tone = Tone::Plain;
+        bool kept = true;
+        if (SlabAxis >= 0) {
+            const double c = SlabAxis == 0 ? p.x : SlabAxis == 1 ? p.y : p.z;
+            kept = (c >= slab.keepLo) & (c <= slab.keepHi);
+            tone = (c >= slab.cutLo) & (c <= slab.cutHi) ? Tone::Cut : Tone::Beyond;
+        }
+        double sx, sy, d;
+        camera.Project(p.x, p.y, p.z, sx, sy, d);
+        queue.AddIf(kept, sx, sy, float(d), colouring(p, tone));
+    }
+}
+
 }  // namespace
 
 std::string ViewDescription(const Settings& s, View view, double floor, double at)
@@ -125,11 +150,16 @@ Preview RenderPreview(const std::string& path, const Settings& s)
         HeightHistogram heights(bounds.lo[2], bounds.hi[2]);
         bool everyPointGrey = true;
         stride = std::max<uint64_t>(1, out.pointCount / kSampledPoints);
-        uint64_t index = 0;
+        uint64_t untilSample = 0;   // counts down to the next sampled point, every stride-th
         auto sampled = [&](const unsigned char* record) {
             everyPointGrey = everyPointGrey && record[12] == kFallbackGrey && record[13] == kFallbackGrey &&
                              record[14] == kFallbackGrey;
-            return index++ % stride == 0;
+            if (untilSample > 0) {
+                --untilSample;
+                return false;
+            }
+            untilSample = stride - 1;
+            return true;
         };
         ForEachPoint(reader, sampled, [&](const GspcPoint& p) {
             heights.Add(p.z);
@@ -174,20 +204,14 @@ Preview RenderPreview(const std::string& path, const Settings& s)
     // Second pass: draw.
     {
         GspcReader reader(path);
-        ForEachPoint(reader, [&](const GspcPoint& p) {
-            const double coordinate[3] = {p.x, p.y, p.z};
+        ForEachPointRun(reader, [&](const GspcPoint* points, size_t count) {
             for (Panel& panel : panels) {
-                const Slab& slab = panel.camera.slab;
-                Tone tone = Tone::Plain;
-                if (slab.axis >= 0) {
-                    const double c = coordinate[slab.axis];
-                    if (c < slab.keepLo || c > slab.keepHi)
-                        continue;
-                    tone = c >= slab.cutLo && c <= slab.cutHi ? Tone::Cut : Tone::Beyond;
+                switch (panel.camera.slab.axis) {
+                case 0: DrawRun<0>(panel, points, count); break;
+                case 1: DrawRun<1>(panel, points, count); break;
+                case 2: DrawRun<2>(panel, points, count); break;
+                default: DrawRun<-1>(panel, points, count); break;
                 }
-                double sx, sy, d;
-                panel.camera.Project(p.x, p.y, p.z, sx, sy, d);
-                panel.queue->Add(sx, sy, float(d), (*panel.colouring)(p, tone));
             }
         });
         for (Panel& panel : panels)
