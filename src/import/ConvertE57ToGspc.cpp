@@ -80,11 +80,7 @@ public:
         for (size_t done = 0; done < kept.count;) {
             const size_t n = std::min(kChunk, kept.count - done);
             const gspc::Gather g{kept.first + done * kept.stride, kept.stride, n};
-            gspc::PosePoints(pose, block.x, block.y, block.z, g, x_, y_, z_);
-            if (block.hasColour)
-                gspc::ColourPoints(block.red, block.green, block.blue, block.colourInvalid, g, rgb_);
-            else
-                gspc::GreyPoints(n, rgb_);
+            PoseAndColourPoints(pose, block, g, x_, y_, z_, rgb_);
             writer_.WritePoints(x_, y_, z_, rgb_, n);
             done += n;
         }
@@ -327,6 +323,16 @@ ConversionResult ConvertE57ToGspc(e57::Reader& reader, int64_t scanCount, GspcWr
     if (!cancelled)
         TakeCloudExtent(writer, result);
     return result;
+}
+
+void PoseAndColourPoints(const e57::RigidBodyTransform& pose, const DecodedBlock& block, const gspc::Gather& g,
+                         float* x, float* y, float* z, uint32_t* rgb)
+{
+    gspc::PosePoints(pose, block.x, block.y, block.z, g, x, y, z);
+    if (block.hasColour)
+        gspc::ColourPoints(block.red, block.green, block.blue, block.colourInvalid, g, rgb);
+    else
+        gspc::GreyPoints(g.count, rgb);
 }
 
 void TakeCloudExtent(const GspcWriter& writer, ConversionResult& result)

@@ -47,6 +47,11 @@ struct DecodedBlock {
     bool hasColour;
 };
 
+// Poses the gathered points of a block and gives each its 8-bit colour (the
+// fallback grey for a scan without colour).
+void PoseAndColourPoints(const e57::RigidBodyTransform& pose, const DecodedBlock& block, const gspc::Gather& g,
+                         float* x, float* y, float* z, uint32_t* rgb);
+
 // Takes the kept points of every block, in file order, and sees that they
 // reach the writer as records (posed, coloured, with the bounds). The points
 // of one Put are records firstRecord, firstRecord + 1, ... of the file.

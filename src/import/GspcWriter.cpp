@@ -153,11 +153,7 @@ bool GspcWriter::CloseUnfinished()
     if (file_ == nullptr)
         return false;
     Flush();
-    if (std::fclose(file_) != 0)
-        writeFailed_ = true;
-    file_ = nullptr;
-    std::vector<unsigned char>().swap(buffer_);
-    used_ = 0;
+    ReleaseFile();
     return true;
 }
 
@@ -172,10 +168,15 @@ bool GspcWriter::Close()
         PutF32(bounds + 4 * i, bounds_[i]);
     if (std::fseek(file_, 8, SEEK_SET) != 0 || std::fwrite(bounds, 1, sizeof bounds, file_) != sizeof bounds)
         writeFailed_ = true;
+    ReleaseFile();
+    return true;
+}
+
+void GspcWriter::ReleaseFile()
+{
     if (std::fclose(file_) != 0)
         writeFailed_ = true;
     file_ = nullptr;
     std::vector<unsigned char>().swap(buffer_);
     used_ = 0;
-    return true;
 }

@@ -55,6 +55,7 @@ public:
 
 private:
     void Flush();
+    void ReleaseFile();   // closes the file and lets the buffer go
 
     std::FILE* file_ = nullptr;
     float bounds_[6] = {0, 0, 0, 0, 0, 0};

@@ -81,11 +81,7 @@ public:
         job.y.resize(kept.count);
         job.z.resize(kept.count);
         job.rgb.resize(kept.count);
-        gspc::PosePoints(pose, block.x, block.y, block.z, kept, job.x.data(), job.y.data(), job.z.data());
-        if (block.hasColour)
-            gspc::ColourPoints(block.red, block.green, block.blue, block.colourInvalid, kept, job.rgb.data());
-        else
-            gspc::GreyPoints(kept.count, job.rgb.data());
+        PoseAndColourPoints(pose, block, kept, job.x.data(), job.y.data(), job.z.data(), job.rgb.data());
         {
             std::lock_guard<std::mutex> lock(mutex_);
             job.state = Job::State::Queued;
@@ -179,11 +175,7 @@ public:
                 Flush(firstRecord + done);
             const size_t n = std::min({kChunk, kept.count - done, kBufferRecords - used_});
             const gspc::Gather g{kept.first + done * kept.stride, kept.stride, n};
-            gspc::PosePoints(pose, block.x, block.y, block.z, g, x_, y_, z_);
-            if (block.hasColour)
-                gspc::ColourPoints(block.red, block.green, block.blue, block.colourInvalid, g, rgb_);
-            else
-                gspc::GreyPoints(n, rgb_);
+            PoseAndColourPoints(pose, block, g, x_, y_, z_, rgb_);
             gspc::FoldBounds(x_, y_, z_, n, bounds);
             gspc::EncodeRecords(x_, y_, z_, rgb_, n, buffer_.data() + used_ * gspc::kRecordSize);
             used_ += n;
