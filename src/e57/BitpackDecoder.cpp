@@ -26,6 +26,19 @@ inline T Load(const uint8_t* p)
 }
 
 // Integer value into the buffer type; integers saturate at the type's limits.
+// The `b` bits (1..64) starting at bit `pos`, in the low bits of the result
+// (higher bits unmasked): one unaligned 64-bit load, plus the ninth byte when
+// the value reaches past it.
+inline uint64_t BitsAt(const uint8_t* data, uint64_t pos, unsigned b)
+{
+    const uint8_t* p = data + (pos >> 3);
+    const unsigned sh = static_cast<unsigned>(pos & 7);
+    uint64_t w = Load<uint64_t>(p) >> sh;
+    if (sh + b > 64)
+        w |= uint64_t(p[8]) << (64 - sh);
+    return w;
+}
+
 template <typename Dst>
 inline Dst FromInt(int64_t v)
 {
@@ -106,14 +119,8 @@ inline void ForEachRaw(const uint8_t* data, uint64_t pos, unsigned b, size_t n, 
         }
         pos += uint64_t(i) * b;
     }
-    for (; i < n; ++i, pos += b) {
-        const uint8_t* p = data + (pos >> 3);
-        const unsigned sh = static_cast<unsigned>(pos & 7);
-        uint64_t w = Load<uint64_t>(p) >> sh;
-        if (sh + b > 64)
-            w |= uint64_t(p[8]) << (64 - sh);
-        out[i] = conv(w & mask);
-    }
+    for (; i < n; ++i, pos += b)
+        out[i] = conv(BitsAt(data, pos, b) & mask);
 }
 
 // Calls conv(raw) for `n` values of `b` bits (1..64), the first at bit `pos`
@@ -140,14 +147,8 @@ inline void ForEachRawStrided(const uint8_t* data, uint64_t pos, unsigned b, siz
             }
             return;
         }
-        for (size_t i = 0; i < n; ++i, pos += strideBits) {
-            const uint8_t* p = data + (pos >> 3);
-            const unsigned sh = static_cast<unsigned>(pos & 7);
-            uint64_t w = Load<uint64_t>(p) >> sh;
-            if (sh + b > 64)
-                w |= uint64_t(p[8]) << (64 - sh);
-            out[i] = conv(w & mask);
-        }
+        for (size_t i = 0; i < n; ++i, pos += strideBits)
+            out[i] = conv(BitsAt(data, pos, b) & mask);
         return;
     }
     ForEachRaw(data, pos, b, n, out, conv);
