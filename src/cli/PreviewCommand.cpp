@@ -2,6 +2,7 @@
 // host: a floor plan, a section, the outside views or a sheet of four.
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <string>
 
@@ -12,7 +13,24 @@
 
 namespace {
 
-constexpr int kMaxSide = 4096;
+constexpr int kMaxSide = preview::kMaxPictureSide;
+
+// A number of metres from `lowest` to `limit`. "nan" and "inf" are numbers to
+// strtod and to the option parser, but no height or plane a picture can use.
+CLI::Validator MetresWithin(double lowest, double limit)
+{
+    return CLI::Validator(
+        [lowest, limit](const std::string& value) {
+            char* end = nullptr;
+            const double v = std::strtod(value.c_str(), &end);
+            if (end != value.c_str() && *end == '\0' && v >= lowest && v <= limit)
+                return std::string();
+            char range[64];
+            std::snprintf(range, sizeof range, "%g to %g", lowest, limit);
+            return "expected a number of metres from " + std::string(range) + ", got " + value;
+        },
+        "METRES");
+}
 
 struct PreviewOptions {
     std::string input;
@@ -107,14 +125,16 @@ void AddPreviewCommand(CLI::App& app, int& exitStatus)
         ->check(CLI::IsMember({"auto", "rgb", "height", "grey"}))
         ->capture_default_str();
     cmd->add_option("--floor", opt->floor, "Floor height in metres (default: found from the height histogram)")
+        ->check(MetresWithin(-preview::kMaxSettingMetres, preview::kMaxSettingMetres))
         ->each([opt](const std::string&) { opt->hasFloor = true; });
     cmd->add_option("--cut", opt->cut, "Cut height of the plan above the floor, metres")
-        ->check(CLI::Range(0.01, 1000.0))
+        ->check(MetresWithin(0.01, 1000.0))
         ->capture_default_str();
     cmd->add_option("--axis", opt->axis, "Section: direction of view, x or y")
         ->check(CLI::IsMember({"x", "y"}))
         ->capture_default_str();
     cmd->add_option("--at", opt->at, "Section: coordinate of the section plane (default: middle of the cloud)")
+        ->check(MetresWithin(-preview::kMaxSettingMetres, preview::kMaxSettingMetres))
         ->each([opt](const std::string&) { opt->hasAt = true; });
     cmd->callback([opt, &exitStatus] { exitStatus = RunPreview(*opt); });
 }

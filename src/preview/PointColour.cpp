@@ -16,7 +16,7 @@ Rgb HeightRamp(double t)
     // Stops of a perceptually even blue-green-yellow ramp.
     static const double kStops[5][3] = {
         {68, 1, 84}, {59, 82, 139}, {33, 145, 140}, {94, 201, 98}, {253, 231, 37}};
-    t = std::clamp(t, 0.0, 1.0) * 4.0;
+    t = t > 0 ? std::min(t, 1.0) * 4.0 : 0.0;   // NaN gives the lowest colour
     const int i = std::min(3, int(t));
     const double f = t - i;
     auto mix = [&](int c) { return static_cast<unsigned char>(kStops[i][c] + (kStops[i + 1][c] - kStops[i][c]) * f + 0.5); };

@@ -19,8 +19,8 @@ int PointDensity::PointSizeFor(const Slab& slab, uint64_t sampleStride) const
 {
     int firstBin = 0, lastBin = kBins - 1;
     if (slab.axis == axis_ && binScale_ > 0) {
-        firstBin = int(std::clamp(std::floor((slab.keepLo - binLo_) * binScale_), 0.0, double(kBins - 1)));
-        lastBin = int(std::clamp(std::floor((slab.keepHi - binLo_) * binScale_), 0.0, double(kBins - 1)));
+        firstBin = BinAt((slab.keepLo - binLo_) * binScale_);
+        lastBin = BinAt((slab.keepHi - binLo_) * binScale_);
     }
     std::vector<uint64_t> perCell;
     perCell.reserve(size_t(cellsX_) * cellsY_);

@@ -30,8 +30,7 @@ public:
     void Add(double sx, double sy, const double coordinate[3])
     {
         const int cx = int(sx) / kCell, cy = int(sy) / kCell;
-        const double at = (coordinate[axis_] - binLo_) * binScale_;
-        const int bin = at <= 0 ? 0 : at >= kBins - 1 ? kBins - 1 : int(at);
+        const int bin = BinAt((coordinate[axis_] - binLo_) * binScale_);
         ++counts_[(size_t(cy) * cellsX_ + size_t(cx)) * kBins + size_t(bin)];
     }
 
@@ -40,6 +39,10 @@ public:
     int PointSizeFor(const Slab& slab, uint64_t sampleStride = 1) const;
 
 private:
+    // The bin of a position `at` in bin widths from the lowest; below, above
+    // and NaN fall into the end bins.
+    static int BinAt(double at) { return !(at > 0) ? 0 : at >= kBins - 1 ? kBins - 1 : int(at); }
+
     int axis_;
     bool nearerIsHigher_;
     int cellsX_, cellsY_;

@@ -1,5 +1,7 @@
 #include "preview/PreviewSettings.h"
 
+#include <cmath>
+
 namespace preview {
 namespace {
 
@@ -13,6 +15,25 @@ const NamedView kViews[] = {{"plan", View::Plan}, {"section", View::Section}, {"
                             {"sheet", View::Sheet}};
 
 }  // namespace
+
+std::string SettingsProblem(const Settings& s)
+{
+    if (s.width < 1 || s.height < 1 || s.width > kMaxPictureSide || s.height > kMaxPictureSide)
+        return "picture size " + std::to_string(s.width) + "x" + std::to_string(s.height) + " is not within 1.." +
+               std::to_string(kMaxPictureSide);
+    if (s.axis != 'x' && s.axis != 'y')
+        return "section axis must be x or y";
+    // NaN would make every comparison with a coordinate false, and a floor so
+    // large that adding the cut changes nothing would leave no height range.
+    const auto within = [](double v) { return std::fabs(v) <= kMaxSettingMetres; };   // false for NaN
+    if (s.hasFloor && !within(s.floor))
+        return "floor height is not a number of metres within +-1e9";
+    if (!(s.cut > 0) || !within(s.cut))
+        return "cut height is not a number of metres above 0 and at most 1e9";
+    if (s.hasAt && !within(s.at))
+        return "section plane is not a number of metres within +-1e9";
+    return "";
+}
 
 const char* ViewName(View view)
 {

@@ -24,6 +24,20 @@ struct Settings {
     std::string title;       // the file name shown in the caption line
 };
 
+// The largest picture side, in pixels.
+constexpr int kMaxPictureSide = 4096;
+
+// The largest floor height, cut and section plane coordinate, in metres: far
+// beyond any real coordinate, and small enough that the cut height added to
+// the floor still makes a difference.
+constexpr double kMaxSettingMetres = 1e9;
+
+// What is wrong with `settings` ("" when nothing): a picture size outside
+// 1..kMaxPictureSide, an axis other than 'x' or 'y', a floor or section plane
+// that is not a number within +-kMaxSettingMetres, or a cut that is not above
+// 0 and at most kMaxSettingMetres.
+std::string SettingsProblem(const Settings& settings);
+
 const char* ViewName(View view);
 bool ParseView(const std::string& text, View& view);
 bool ParseColourMode(const std::string& text, ColourMode& mode);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 
 #include "import/GspcReader.h"
 #include "preview/EyeDomeLighting.h"
@@ -93,7 +94,7 @@ void DrawRun(Panel& panel, const GspcPoint* points, size_t count)
         if (SlabAxis >= 0) {
             const double c = SlabAxis == 0 ? p.x : SlabAxis == 1 ? p.y : p.z;
             kept = (c >= slab.keepLo) & (c <= slab.keepHi);
-            tone = (c >= slab.cutLo) & (c <= slab.cutHi) ? Tone::Cut : Tone::Beyond;
+            tone = ((c >= slab.cutLo) & (c <= slab.cutHi)) ? Tone::Cut : Tone::Beyond;
         }
         double sx, sy, d;
         camera.Project(p.x, p.y, p.z, sx, sy, d);
@@ -128,6 +129,8 @@ std::string ViewDescription(const Settings& s, View view, double floor, double a
 
 Preview RenderPreview(const std::string& path, const Settings& s)
 {
+    if (const std::string problem = SettingsProblem(s); !problem.empty())
+        throw std::invalid_argument(problem);
     Preview out;
     std::vector<Panel> panels;
     Bounds bounds;

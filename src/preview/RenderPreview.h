@@ -29,7 +29,8 @@ struct Preview {
     ColourMode colour = ColourMode::Rgb;   // auto resolved
 };
 
-// Throws GspcFormatError when the file cannot be read.
+// Throws GspcFormatError when the file cannot be read, std::invalid_argument
+// when SettingsProblem finds fault with the settings.
 Preview RenderPreview(const std::string& gspcPath, const Settings& settings);
 
 // "plan, cut 1.10 m above the floor at 0.00 m" and the like.

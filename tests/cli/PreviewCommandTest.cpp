@@ -139,9 +139,17 @@ TEST(PreviewCommand, FailuresAndUsage)
                                                                   {"preview", good, "--colour", "sepia"},
                                                                   {"preview", good, "--axis", "z"},
                                                                   {"preview", good, "--cut", "0"},
-                                                                  {"preview", good, "--floor", "low"}}) {
+                                                                  {"preview", good, "--floor", "low"},
+                                                                  {"preview", good, "--floor", "nan"},
+                                                                  {"preview", good, "--floor", "1e300"},
+                                                                  {"preview", good, "--cut", "nan"},
+                                                                  {"preview", good, "--view", "section", "--at", "inf"},
+                                                                  {"preview", good, "--at", "-nan"}}) {
         EXPECT_EQ(RunPunktwolke(args).exitCode, 2) << args.back();
     }
+    const auto nanFloor = RunPunktwolke({"preview", good, "--floor", "nan"});
+    EXPECT_NE(nanFloor.err.find("expected a number of metres from -1e+09 to 1e+09, got nan"), std::string::npos)
+        << nanFloor.err;
     const auto help = RunPunktwolke({"preview", "--help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_NE(help.out.find("--view"), std::string::npos);

@@ -2,14 +2,20 @@
 // wall and a window in its north wall, drawn by the renderer and checked on pixels.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
+#include <limits>
+#include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "import/GspcWriter.h"
 #include "preview/EyeDomeLighting.h"
 #include "preview/FloorLevel.h"
 #include "preview/Lettering.h"
 #include "preview/PointColour.h"
+#include "preview/PointSize.h"
 #include "preview/RenderPreview.h"
 #include "support/TestSupport.h"
 
@@ -232,6 +238,71 @@ TEST(PreviewRender, PointSizeClosesSparseSurfaces)
         for (int x = cx - rx; x < cx + rx; ++x, ++all)
             drawn += p.picture.At(x, y)[0] != 255;
     EXPECT_GT(drawn, all * 95 / 100);
+}
+
+TEST(PreviewRender, SettingsNoPictureCanUseAreRefusedAndExtremeOnesStillDraw)
+{
+    pwtest::TempDir dir;
+    const std::string room = WriteRoom(dir.File("room.gspc"), Colours());
+    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+    const std::vector<std::pair<const char*, std::function<void(Settings&)>>> refused = {
+        {"floor NaN", [nan](Settings& s) { s.hasFloor = true, s.floor = nan; }},
+        {"floor -inf", [inf](Settings& s) { s.hasFloor = true, s.floor = -inf; }},
+        {"floor 1e300", [](Settings& s) { s.hasFloor = true, s.floor = 1e300; }},
+        {"cut NaN", [nan](Settings& s) { s.cut = nan; }},
+        {"cut 0", [](Settings& s) { s.cut = 0; }},
+        {"cut -1", [](Settings& s) { s.cut = -1; }},
+        {"section NaN", [nan](Settings& s) { s.view = View::Section, s.hasAt = true, s.at = nan; }},
+        {"section inf", [inf](Settings& s) { s.view = View::Sheet, s.hasAt = true, s.at = inf; }},
+        {"axis z", [](Settings& s) { s.view = View::Section, s.axis = 'z'; }},
+        {"width 0", [](Settings& s) { s.width = 0; }},
+        {"height 4097", [](Settings& s) { s.height = kMaxPictureSide + 1; }},
+    };
+    for (const auto& [name, change] : refused) {
+        Settings s = Sized(View::Plan);
+        change(s);
+        EXPECT_THROW(RenderPreview(room, s), std::invalid_argument) << name;
+        EXPECT_FALSE(SettingsProblem(s).empty()) << name;
+    }
+    // The limits themselves, unused flags with any value, and tiny pictures draw.
+    for (const View view : {View::Plan, View::Section, View::Iso, View::Sheet}) {
+        for (const double limit : {kMaxSettingMetres, -kMaxSettingMetres}) {
+            Settings s = Sized(view, ColourMode::Height);
+            s.hasFloor = s.hasAt = true;
+            s.floor = s.at = limit;
+            s.cut = kMaxSettingMetres;
+            EXPECT_EQ(RenderPreview(room, s).picture.rgb.size(), size_t(820) * 600 * 3) << ViewName(view);
+        }
+        Settings tiny = Sized(view);
+        tiny.width = tiny.height = 1;
+        tiny.floor = tiny.at = nan;   // not given: the floor is found, the plane is the middle
+        EXPECT_EQ(RenderPreview(room, tiny).picture.rgb.size(), 3u) << ViewName(view);
+    }
+}
+
+TEST(PreviewRender, PointsAtTheFloatLimitsDrawInEveryViewAndColour)
+{
+    // Bounds of nearly +-FLT_MAX: extents, bins and scales at their extremes.
+    pwtest::TempDir dir;
+    const std::string path = dir.File("extreme.gspc");
+    {
+        GspcWriter w;
+        ASSERT_TRUE(w.Open(path.c_str()));
+        const float big = std::numeric_limits<float>::max();
+        w.Write(-big, -big, -big, 10, 20, 30);
+        w.Write(big, big, big, 200, 200, 200);
+        w.Write(0.0f, 0.0f, 0.0f, 1, 2, 3);
+        w.Write(1e-30f, -1e30f, 3.0e38f, 4, 5, 6);
+        ASSERT_TRUE(w.Close());
+    }
+    for (const View view : {View::Plan, View::Section, View::Top, View::Front, View::Side, View::Iso, View::Sheet})
+        for (const ColourMode colour : {ColourMode::Auto, ColourMode::Height, ColourMode::Grey}) {
+            const Preview p = RenderPreview(path, Sized(view, colour));
+            EXPECT_EQ(p.pointCount, 4u);
+            EXPECT_TRUE(std::isfinite(p.floor)) << ViewName(view);
+            for (const PanelInfo& info : p.panels)
+                EXPECT_TRUE(info.pointSize >= 1 && info.pointSize <= kLargestPointSize) << ViewName(view);
+        }
 }
 
 TEST(EyeDomeLighting, DarkensThePixelsBelowADepthStepOnly)
