@@ -4,7 +4,8 @@
 // sections on their own, and point files.
 //   make_seeds OUTDIR [E57FILE...]
 //     -> OUTDIR/e57/*.e57, OUTDIR/xml/*.xml, OUTDIR/gspc/*.gspc; the XML of each
-//        further E57FILE is added to OUTDIR/xml as well.
+//        further E57FILE is added to OUTDIR/xml as well; OUTDIR/preview/*.bin
+//        are point files behind the preview target's settings block.
 #include <sys/stat.h>
 
 #include <cmath>
@@ -108,7 +109,7 @@ int main(int argc, char** argv)
         return 2;
     }
     const std::string out = argv[1];
-    for (const char* sub : {"", "/e57", "/xml", "/gspc"})
+    for (const char* sub : {"", "/e57", "/xml", "/gspc", "/preview"})
         mkdir((out + sub).c_str(), 0755);
     std::vector<std::string> e57Files;
     auto e57 = [&](const std::string& name) {
@@ -204,6 +205,48 @@ int main(int argc, char** argv)
         for (int i = 0; i < points; ++i)
             w.Write(float(i), float(i) * 0.5f, -float(i), static_cast<unsigned char>(i), 200, 255);
         w.Close();
+    }
+
+    // A room of 4 x 3 x 2.5 m on a 25 cm grid (floor, ceiling, four walls,
+    // coloured by surface), behind settings for every view and colour rule.
+    const std::string room = out + "/gspc/room.gspc";
+    {
+        GspcWriter w;
+        if (!w.Open(room.c_str()))
+            return 1;
+        const double step = 0.25;
+        for (int i = 0; i <= 16; ++i)
+            for (int j = 0; j <= 12; ++j) {
+                const float x = float(i * step), y = float(j * step);
+                w.Write(x, y, 0.0f, 120, 90, 60);
+                w.Write(x, y, 2.5f, 230, 230, 230);
+            }
+        for (int k = 0; k <= 10; ++k) {
+            const float z = float(k * step);
+            for (int i = 0; i <= 16; ++i) {
+                w.Write(float(i * step), 0.0f, z, 200, 60, 60);
+                w.Write(float(i * step), 3.0f, z, 200, 60, 60);
+            }
+            for (int j = 0; j <= 12; ++j) {
+                w.Write(0.0f, float(j * step), z, 60, 60, 200);
+                w.Write(4.0f, float(j * step), z, 60, 60, 200);
+            }
+        }
+        if (!w.Close())
+            return 1;
+    }
+    const std::vector<uint8_t> roomBytes = Slurp(room);
+    for (int view = 0; view < 7; ++view) {
+        // 160 x 120 pixels, floor 0 and cut 1.1 m when given, plane at 1.5 m.
+        std::vector<uint8_t> seed(28, 0);
+        seed[0] = static_cast<uint8_t>(view | ((view % 4) << 3) | (view == 1 ? 0xC0 : 0));
+        seed[1] = 159;
+        seed[2] = 119;
+        seed[12] = 10;
+        seed[20] = 15;
+        seed.insert(seed.end(), roomBytes.begin(), roomBytes.end());
+        std::ofstream(out + "/preview/room_view" + std::to_string(view) + ".bin", std::ios::binary)
+            .write(reinterpret_cast<const char*>(seed.data()), std::streamsize(seed.size()));
     }
     return 0;
 }

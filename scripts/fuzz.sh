@@ -25,7 +25,7 @@ else
   shift || true
 fi
 targets=("$@")
-[ ${#targets[@]} -eq 0 ] && targets=(fuzz_e57_reader fuzz_e57_xml fuzz_convert fuzz_gspc_reader)
+[ ${#targets[@]} -eq 0 ] && targets=(fuzz_e57_reader fuzz_e57_xml fuzz_convert fuzz_gspc_reader fuzz_preview)
 build=${PW_FUZZ_BUILD_DIR:-build/fuzz}
 shared=${PW_SHARED_DIR:-../shared}
 jobs=$(nproc 2>/dev/null || echo 2)
@@ -34,20 +34,24 @@ CC=clang-14 CXX=clang++-14 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Re
   -DPW_BUILD_FUZZ=ON -DPW_BUILD_TESTS=OFF -DPW_BUILD_BENCH=OFF -DPW_SANITIZE=address,undefined >/dev/null || exit 1
 cmake --build "$build" -j "$jobs" --target "${targets[@]}" fuzz_make_seeds || exit 1
 
-seeds="$build/seeds"
+# Each run makes its own seed folder, so that two runs with different targets
+# can share the build side by side.
+seeds="$build/seeds.$$"
 rm -rf "$seeds"
+trap 'rm -rf "$seeds"' EXIT
 samples=()
 [ -d "$shared/e57" ] && samples=("$shared"/e57/*.e57)
 # The generated files, plus the XML sections of the sample files.
 "$build/fuzz/fuzz_make_seeds" "$seeds" "${samples[@]}" || exit 1
-mkdir -p "$seeds/shared" "$seeds/regressions-e57" "$seeds/regressions-xml" "$seeds/regressions-gspc"
+mkdir -p "$seeds/shared" "$seeds/regressions-e57" "$seeds/regressions-xml" "$seeds/regressions-gspc" \
+  "$seeds/regressions-preview"
 if [ ${#samples[@]} -gt 0 ]; then
   # Linked, not copied: the sample files stay where they are.
   for f in "${samples[@]}"; do ln -sf "$(realpath "$f")" "$seeds/shared/"; done
 else
   echo "fuzz.sh: no sample files at $shared/e57; seeding with generated files only"
 fi
-for kind in e57 xml gspc; do
+for kind in e57 xml gspc preview; do
   for f in tests/data/regressions/*."$kind"; do
     [ -e "$f" ] && ln -sf "$(realpath "$f")" "$seeds/regressions-$kind/"
   done
@@ -62,6 +66,7 @@ for t in "${targets[@]}"; do
     fuzz_e57_reader|fuzz_convert) dirs=("$seeds/e57" "$seeds/shared" "$seeds/regressions-e57"); maxlen=1310720 ;;
     fuzz_e57_xml) dirs=("$seeds/xml" "$seeds/regressions-xml"); maxlen=65536 ;;
     fuzz_gspc_reader) dirs=("$seeds/gspc" "$seeds/regressions-gspc"); maxlen=65536 ;;
+    fuzz_preview) dirs=("$seeds/preview" "$seeds/regressions-preview"); maxlen=65536 ;;
     *) echo "fuzz.sh: unknown target $t"; exit 2 ;;
   esac
   committed="fuzz/corpus/$t"
@@ -96,10 +101,12 @@ for t in "${targets[@]}"; do
     continue
   fi
   echo "=== $t: ${seconds}s ==="
-  "$build/fuzz/$t" "$corpus" "$committed" "${dirs[@]}" -max_total_time="$seconds" -max_len="$maxlen" \
+  TIMEFORMAT="cpu time: %U s user, %S s system, %R s elapsed"
+  { time "$build/fuzz/$t" "$corpus" "$committed" "${dirs[@]}" -max_total_time="$seconds" -max_len="$maxlen" \
     -rss_limit_mb=2048 -timeout=10 -dict=fuzz/e57.dict -print_final_stats=1 \
-    -artifact_prefix="$build/artifacts/$t-" 2>"$build/$t.log"
+    -artifact_prefix="$build/artifacts/$t-" 2>"$build/$t.log"; } 2>"$build/$t.time"
   rc=$?
+  cat "$build/$t.time"
   # libFuzzer's status lines: "#N INITED cov: E ft: F corp: ..." once the
   # starting inputs are run, then "#N DONE cov: ..." (or the last progress
   # line when the run stopped on a finding).
