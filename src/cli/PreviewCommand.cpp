@@ -43,12 +43,18 @@ struct PreviewOptions {
     bool hasFloor = false, hasAt = false;
 };
 
+// "WxH", each side 1..kMaxSide in decimal digits (no sign, no blanks, and no
+// number too long for an int on its way).
 bool ParseSize(const std::string& text, int& w, int& h)
 {
-    int consumed = 0;
-    if (std::sscanf(text.c_str(), "%dx%d%n", &w, &h, &consumed) != 2 || consumed != static_cast<int>(text.size()))
-        return false;
-    return w >= 1 && h >= 1 && w <= kMaxSide && h <= kMaxSide;
+    auto side = [](const std::string& digits, int& out) {
+        if (digits.empty() || digits.size() > 4 || digits.find_first_not_of("0123456789") != std::string::npos)
+            return false;
+        out = std::stoi(digits);
+        return out >= 1 && out <= kMaxSide;
+    };
+    const size_t x = text.find('x');
+    return x != std::string::npos && side(text.substr(0, x), w) && side(text.substr(x + 1), h);
 }
 
 std::string DefaultPngName(const std::string& input)

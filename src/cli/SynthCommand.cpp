@@ -2,7 +2,9 @@
 // for demonstrations and benchmarks.
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <string>
@@ -11,6 +13,17 @@
 #include "synth/SyntheticScan.h"
 
 namespace {
+
+// A seed in decimal digits that fits 64 bits: the option parser alone would
+// take "" as 0 and wrap "-1" or a longer number silently to another seed.
+std::string CheckSeed(const std::string& text)
+{
+    errno = 0;
+    const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+    if (digits && (std::strtoull(text.c_str(), nullptr, 10), errno) == 0)
+        return "";
+    return "expected a whole number from 0 to 18446744073709551615, got '" + text + "'";
+}
 
 struct SynthCommandOptions {
     std::string output;
@@ -50,6 +63,7 @@ void AddSynthCommand(CLI::App& app, int& exitStatus)
         ->check(CLI::Range(uint64_t(0), uint64_t(100000000000ull)));
     cmd->add_option("--scans", opt->scans, "Number of scanner stations, one scan each (default 4)")
         ->check(CLI::Range(1, 1000));
-    cmd->add_option("--seed", opt->seed, "Seed of the generator; the same seed gives the same file (default 1)");
+    cmd->add_option("--seed", opt->seed, "Seed of the generator; the same seed gives the same file (default 1)")
+        ->check(CLI::Validator([](std::string& value) { return CheckSeed(value); }, "SEED"));
     cmd->callback([opt, &exitStatus] { exitStatus = RunSynth(*opt); });
 }

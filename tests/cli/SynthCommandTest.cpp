@@ -109,6 +109,11 @@ TEST(SynthCommand, ExitCodesForFailureUsageAndHelp)
     EXPECT_EQ(Synth(Temp("usage") + " --scans 0").exitCode, 2);
     EXPECT_EQ(Synth(Temp("usage") + " --points many").exitCode, 2);
     EXPECT_EQ(Synth(Temp("usage") + " --colour").exitCode, 2);
+    // A seed that would wrap to another one is refused; the largest is taken.
+    EXPECT_EQ(Synth(Temp("usage") + " --points 10 --seed -1").exitCode, 2);
+    const pwtest::RunResult largest = Synth(Temp("usage") + " --points 10 --seed 18446744073709551615");
+    EXPECT_EQ(largest.exitCode, 0);
+    EXPECT_NE(largest.out.find("(seed 18446744073709551615)"), std::string::npos) << largest.out;
     const pwtest::RunResult help = Synth("--help");
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_NE(help.out.find("--points"), std::string::npos);
