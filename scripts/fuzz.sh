@@ -77,7 +77,7 @@ for t in "${targets[@]}"; do
     # (larger ones are mostly copies of the sample files): the corpus stays
     # small and every unit is read whole by the runs. The sample files
     # themselves are not taken in; the runs link them as seeds.
-    unitmax=${PW_FUZZ_UNIT_MAX:-65536}
+    unitmax=${PW_FUZZ_UNIT_MAX:-16384}
     echo "=== $t: merge into $committed ==="
     fresh="$build/merged/$t"
     staged="$build/merge-input/$t"

@@ -18,11 +18,12 @@ namespace {
 // take "" as 0 and wrap "-1" or a longer number silently to another seed.
 std::string CheckSeed(const std::string& text)
 {
+    const std::string wrong = "expected a whole number from 0 to 18446744073709551615, got '" + text + "'";
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos)
+        return wrong;
     errno = 0;
-    const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-    if (digits && (std::strtoull(text.c_str(), nullptr, 10), errno) == 0)
-        return "";
-    return "expected a whole number from 0 to 18446744073709551615, got '" + text + "'";
+    std::strtoull(text.c_str(), nullptr, 10);
+    return errno == ERANGE ? wrong : "";
 }
 
 struct SynthCommandOptions {
