@@ -22,13 +22,11 @@ namespace {
 
 constexpr size_t kSettingsSize = 28;
 
+// The machine's own byte order: both machines the project runs on are little-endian.
 double DoubleAt(const uint8_t* p)
 {
-    uint64_t bits = 0;
-    for (int i = 7; i >= 0; --i)
-        bits = (bits << 8) | p[i];
     double v;
-    std::memcpy(&v, &bits, sizeof v);
+    std::memcpy(&v, p, sizeof v);
     return v;
 }
 
